@@ -1,0 +1,53 @@
+/* kvsvg: the bitmap record and the services a caller needs around
+ * rasterisation (bitmaps, image files, the bitmap and measuring engines).
+ * C11 and C++. */
+#ifndef KVSVG_KVBASE_H
+#define KVSVG_KVBASE_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* KvBitmap.flags */
+#define KV_BITMAP_ALLOCATED 0x01u   /* data is owned by the record and valid */
+#define KV_BITMAP_OPACITY 0x80u     /* drawn with an opacity other than 1.0 */
+
+/* Colour order of 24-, 32- and 64-bit pixels. */
+#define KV_ORDER_BGR 0u   /* blue first in memory (the default) */
+#define KV_ORDER_RGB 1u
+
+/* View perspective: where row 0 lies. Only the two used here are named; the
+ * values 1 to 8 combine a rotation and a flip (see DecodeViewPerspective). */
+#define KV_TOP_LEFT 1u
+#define KV_BOTTOM_LEFT 4u
+
+typedef struct KvPaletteEntry {
+    uint8_t blue, green, red, reserved;
+} KvPaletteEntry;
+
+typedef struct KvBitmap {
+    uint32_t size;             /* kKvBitmapSize */
+    uint32_t flags;            /* KV_BITMAP_... */
+    int32_t width, height;     /* pixels */
+    uint32_t bitsPerPixel;     /* 1, 4, 8, 16, 24, 32 or 64 */
+    uint32_t bytesPerLine;     /* row stride, a multiple of 4 */
+    uint32_t order;            /* KV_ORDER_... */
+    uint32_t viewPerspective;  /* KV_TOP_LEFT or KV_BOTTOM_LEFT */
+    int32_t xResolution, yResolution; /* dots per inch */
+    uint32_t paletteCount;     /* entries in palette, depths of 8 and below */
+    KvPaletteEntry palette[256];
+    uint8_t* data;             /* height * bytesPerLine bytes */
+    size_t dataSize;
+    uint32_t accessCount;      /* nesting of AccessBitmap / ReleaseBitmap */
+} KvBitmap;
+
+#define kKvBitmapSize ((uint32_t)sizeof(KvBitmap))
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KVSVG_KVBASE_H */
