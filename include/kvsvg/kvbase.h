@@ -46,6 +46,34 @@ typedef struct KvBitmap {
 
 #define kKvBitmapSize ((uint32_t)sizeof(KvBitmap))
 
+/* ---- Drawing engines ----------------------------------------------------
+ * An engine is a kvdrw::Engine* for C++ callers (include kvsvg/kvdrw.h and
+ * cast the void*); C callers only pass it on. Both engines of the drawing
+ * library have the same GetEngineKind, so objects made by one may be given
+ * back to the other.
+ *
+ * The bitmap engine draws onto the caller's bitmap, which must stay alive
+ * until the engine is destroyed: 24 or 32 bits, either colour order, either
+ * row order. On 32 bits the fourth byte is alpha and colours are
+ * premultiplied by it, so an opaque bitmap reads as plain colours. Drawing
+ * reaches the bitmap at the latest when the engine is destroyed, or at
+ * EndPage and EndDocument. Other depths give ERROR_NOT_SUPPORTED.
+ *
+ * The measuring engine draws nothing, at 96 dots per inch; it measures text
+ * and geometry exactly as the bitmap engine draws them. */
+#ifndef KVSVG_API
+#if defined(KVSVG_BUILDING)
+#define KVSVG_API __attribute__((visibility("default")))
+#else
+#define KVSVG_API
+#endif
+#endif
+KVSVG_API int32_t K_DrawingCreateBitmapEngine(KvBitmap* bitmap, void** engine);
+KVSVG_API int32_t K_DrawingCreateMeasureEngine(void** engine);
+/* A null engine succeeds and does nothing. */
+KVSVG_API int32_t K_DrawingDestroyEngine(void* engine);
+/* ---- End of drawing engines -------------------------------------------- */
+
 #ifdef __cplusplus
 }
 #endif
