@@ -149,7 +149,8 @@ TEST(SvgXmlReaderWriter, SavedTreeReadsBackTheSame)
         writer.close();
         EXPECT_EQ(writer.getStatus(), SUCCESS);
     }
-    EXPECT_EQ(kvtest::ReadFileBytes(path), "\xEF\xBB\xBF<?xml version=\"1.0\"?><svg width=\"10\"><rect x=\"1\"/></svg>");
+    EXPECT_EQ(kvtest::ReadFileBytes(path),
+              "\xEF\xBB\xBF<?xml version=\"1.0\"?><svg width=\"10\"><rect x=\"1\"/></svg>");
 
     SvgXmlReaderWriter reader;
     ASSERT_EQ(reader.LoadFromFile(path.c_str()), SUCCESS);
