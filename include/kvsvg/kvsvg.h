@@ -198,4 +198,7 @@ KVSVG_API int32_t K_SvgSetFilterElementsCallback(SvgHandle document, SvgFilterEl
 }
 #endif
 
+/* The data-URI family has a header of its own; it needs what is above. */
+#include "kvsvg/kvsvg_datauri.h"
+
 #endif /* KVSVG_KVSVG_H */
