@@ -48,10 +48,11 @@ public:
     // Takes a private copy: a null or empty block is ERROR_INV_PARAMETER.
     int32_t LoadFromMemory(const void* block, size_t size);
 
+    void write(const void* data, size_t size) override;
+    // Frees what was read and closes the file.
+    virtual void close();
     // Creates or truncates the file for writing; ERROR_FILE_CREATE when it can't.
     virtual int32_t open(const char* pathUtf8);
-    virtual void close();
-    void write(const void* data, size_t size) override;
 
     // When set, close puts the file position back where the reading began.
     void SetRestorePosition(bool restore) { restorePosition_ = restore; }
