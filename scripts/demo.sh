@@ -7,5 +7,5 @@ bash scripts/deps.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DKVSVG_BUILD_TESTS=OFF >/dev/null
 cmake --build build -j"$(nproc)" --target kvsvg_cli
 mkdir -p out
-./build/tools/kvsvg/kvsvg convert examples/tiger-badge.svgz out/tiger-badge.svg
-./build/tools/kvsvg/kvsvg info out/tiger-badge.svg
+./build/tools/kvsvg/kvsvg convert examples/badge.svgz out/badge.svg
+./build/tools/kvsvg/kvsvg info out/badge.svg

@@ -153,6 +153,21 @@ typedef struct SvgFilterElementInfo {
 } SvgFilterElementInfo;
 typedef int32_t (*SvgFilterElementsCallback)(const SvgFilterElementInfo* info, int32_t* skip, void* userData);
 
+/* Element callback of K_SvgEnumerateElements; the handle lives for the call.
+ * A status other than SUCCESS stops the walk; a fault inside the callback
+ * (a C++ exception, SIGSEGV, SIGBUS or SIGFPE) gives ERROR_CALLBACK_FAULT. */
+typedef int32_t (*SvgElementCallback)(SvgHandle element, void* userData);
+
+/* Walk modes of K_SvgEnumerateElements; any other visits nothing. */
+#define SVG_ENUM_CHILDREN 0u
+#define SVG_ENUM_PREORDER 1u
+#define SVG_ENUM_POSTORDER 2u
+
+/* Insert positions relative to the given node. */
+#define SVG_INSERT_BEFORE 0u
+#define SVG_INSERT_AFTER 1u
+#define SVG_INSERT_LAST_CHILD 2u
+
 /* ---- Exports ------------------------------------------------------------
  * Ordinal table, kept for the record of the family's numbering:
  *   100 K_SvgFreeMemory        101 K_SvgFreeNode
@@ -164,6 +179,15 @@ typedef int32_t (*SvgFilterElementsCallback)(const SvgFilterElementInfo* info, i
  *   316 K_SvgBeginUpdateDocument 317 K_SvgEndUpdateDocument
  *   319 K_SvgSetFilterElementsCallback
  *   1301 K_SvgSetMaximumElements 1302 K_SvgGetMaximumElements
+ *   103 K_SvgFreeIterator
+ *   203 K_SvgGetElementName   204 K_SvgGetElementValue  205 K_SvgSetElementValue
+ *   206 K_SvgGetElementAttributeValue 207 K_SvgSetElementAttributeValue
+ *   208 K_SvgRemoveElementAttribute
+ *   400 K_SvgSelectSingleNode  401 K_SvgSelectNodes      402 K_SvgGetParentNode
+ *   403 K_SvgGetFirstChildNode 404 K_SvgGetLastChildNode 405 K_SvgGetNextSiblingNode
+ *   406 K_SvgGetPreviousSiblingNode
+ *   502 K_SvgInsertUserElement 503 K_SvgRemoveElement
+ *   800 K_SvgEnumerateElements
  */
 
 KVSVG_API int32_t K_SvgFreeMemory(void* block);
@@ -193,6 +217,35 @@ KVSVG_API int32_t K_SvgBeginUpdateDocument(SvgHandle document);
 KVSVG_API int32_t K_SvgEndUpdateDocument(SvgHandle document);
 KVSVG_API int32_t K_SvgSetFilterElementsCallback(SvgHandle document, SvgFilterElementsCallback callback,
                                                  void* userData);
+
+/* Nodes: navigation, selection and walks. Results are new handles (or null
+ * with SUCCESS at the end of a walk), freed with K_SvgFreeNode. */
+KVSVG_API int32_t K_SvgGetParentNode(SvgHandle handle, SvgHandle* parent);
+KVSVG_API int32_t K_SvgGetFirstChildNode(SvgHandle handle, SvgHandle* child);
+KVSVG_API int32_t K_SvgGetLastChildNode(SvgHandle handle, SvgHandle* child);
+KVSVG_API int32_t K_SvgGetNextSiblingNode(SvgHandle handle, SvgHandle* sibling);
+KVSVG_API int32_t K_SvgGetPreviousSiblingNode(SvgHandle handle, SvgHandle* sibling);
+KVSVG_API int32_t K_SvgSelectSingleNode(SvgHandle handle, const KvChar* xpath, SvgHandle* node);
+/* iterator->size must be kSvgNodesIteratorSize; free with K_SvgFreeIterator. */
+KVSVG_API int32_t K_SvgSelectNodes(SvgHandle handle, const KvChar* xpath, SvgNodesIterator* iterator);
+KVSVG_API int32_t K_SvgFreeIterator(SvgNodesIterator* iterator);
+KVSVG_API int32_t K_SvgEnumerateElements(SvgHandle handle, uint32_t mode, SvgElementCallback callback,
+                                         void* userData);
+
+/* Text access to any node; out strings are freed with K_SvgFreeMemory. A
+ * missing attribute or character data gives SUCCESS with a null out. Setting
+ * an attribute to "" removes it. */
+KVSVG_API int32_t K_SvgGetElementName(SvgHandle node, KvChar** name);
+KVSVG_API int32_t K_SvgGetElementValue(SvgHandle node, KvChar** value);
+KVSVG_API int32_t K_SvgSetElementValue(SvgHandle node, const KvChar* value);
+KVSVG_API int32_t K_SvgGetElementAttributeValue(SvgHandle node, const KvChar* name, KvChar** value);
+KVSVG_API int32_t K_SvgSetElementAttributeValue(SvgHandle node, const KvChar* name, const KvChar* value);
+KVSVG_API int32_t K_SvgRemoveElementAttribute(SvgHandle node, const KvChar* name);
+
+/* Inserts an element of any name ("svg:" is skipped to find its type) at a
+ * position relative to parent; *node (optional) receives the new element. */
+KVSVG_API int32_t K_SvgInsertUserElement(SvgHandle parent, const KvChar* name, uint32_t position, SvgHandle* node);
+KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 
 #ifdef __cplusplus
 }

@@ -114,6 +114,8 @@ SvgDocumentHandler::~SvgDocumentHandler()
 
 int32_t SvgDocumentHandler::notify(uint32_t event)
 {
+    if (event == kSvgEventAfterRemove)
+        ++removalGeneration_;
     if (maximumElements_ != 0) {
         // With a limit the insert and remove events only count: they do not
         // invalidate anything.

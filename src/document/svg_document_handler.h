@@ -56,6 +56,8 @@ public:
     pugi::xml_document& tree() { return tree_; }
     void setVersion(uint32_t version) { version_ = version; }
     int32_t cachedFlat() const { return isFlat_; }
+    // Grows with every removal, so a walk can tell that nodes it remembers may be gone.
+    uint64_t removalGeneration() const { return removalGeneration_; }
 
 private:
     int32_t ParseDocumentBuffer(const void* data, size_t size, const SvgLoadOptions* options);
@@ -75,6 +77,7 @@ private:
     uint32_t updateDepth_ = 0;
     SvgFilterElementsCallback filterCallback_ = nullptr;
     void* filterUserData_ = nullptr;
+    uint64_t removalGeneration_ = 0;
 };
 
 // The document of a handle of any kind: the object itself for type 1, else
