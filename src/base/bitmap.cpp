@@ -501,12 +501,7 @@ int32_t ConvertBitmap(KvBitmap& target, const KvBitmap& source, uint32_t bitsPer
         result.flags |= KV_BITMAP_GREY;
     if (int32_t status = AllocateBitmap(result); status != SUCCESS)
         return status;
-    // From here `result` owns a block: every way out frees it or hands it on.
-    struct ResultOwner {
-        KvBitmap& bitmap;
-        bool keep = false;
-        ~ResultOwner() { if (!keep) FreeBitmap(bitmap); }
-    } owner{result};
+    BitmapPixelsOwner owner(result);
 
     // Same layout: rows copy as they are (order means nothing to palettes
     // and grey words).
@@ -540,6 +535,6 @@ int32_t ConvertBitmap(KvBitmap& target, const KvBitmap& source, uint32_t bitsPer
     if (&target == &source || target.data != source.data)
         FreeBitmap(target);
     target = result;
-    owner.keep = true;
+    owner.Release();
     return SUCCESS;
 }

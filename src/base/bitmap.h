@@ -56,6 +56,25 @@ int32_t GetDefaultLoadXResolution();
 int32_t GetDefaultLoadYResolution();
 void SetDefaultLoadResolution(int32_t xDpi, int32_t yDpi);
 
+// Frees a bitmap's pixels on every way out unless Release() hands them on:
+// the one owner of a bitmap under construction.
+class BitmapPixelsOwner {
+public:
+    explicit BitmapPixelsOwner(KvBitmap& bitmap) : bitmap_(bitmap) {}
+    ~BitmapPixelsOwner()
+    {
+        if (owned_)
+            FreeBitmap(bitmap_);
+    }
+    BitmapPixelsOwner(const BitmapPixelsOwner&) = delete;
+    BitmapPixelsOwner& operator=(const BitmapPixelsOwner&) = delete;
+    void Release() { owned_ = false; }
+
+private:
+    KvBitmap& bitmap_;
+    bool owned_ = true;
+};
+
 // One pixel with 16 bits a channel, straight alpha: the common ground of
 // every conversion.
 struct Pixel16 {
