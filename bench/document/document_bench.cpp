@@ -107,6 +107,39 @@ void LoadFromMemoryAndParse(benchmark::State& state)
 }
 BENCHMARK(LoadFromMemoryAndParse)->Unit(benchmark::kMillisecond);
 
+// (b') The whole export: reader, parse, root, version, file options, the
+// handle and its release.
+void LoadDocumentExport(benchmark::State& state)
+{
+    const std::string& bytes = Drawing();
+    for (auto _ : state) {
+        SvgHandle document = nullptr;
+        if (K_SvgLoadDocumentMemory(bytes.data(), bytes.size(), &document, nullptr) != SUCCESS)
+            state.SkipWithError("K_SvgLoadDocumentMemory failed");
+        K_SvgFreeNode(document);
+    }
+    CountBytes(state, Drawing().size());
+}
+BENCHMARK(LoadDocumentExport)->Unit(benchmark::kMillisecond);
+
+// The whole export on the plain road: two passes, one block.
+void SaveDocumentExport(benchmark::State& state)
+{
+    SvgHandle document = nullptr;
+    K_SvgLoadDocumentMemory(Drawing().data(), Drawing().size(), &document, nullptr);
+    SvgSaveOptions options{kSvgSaveOptionsSize, 0, {0}, 0, 0};
+    for (auto _ : state) {
+        void* block = nullptr;
+        size_t size = 0;
+        if (K_SvgSaveDocumentMemory(document, &block, &size, &options) != SUCCESS)
+            state.SkipWithError("K_SvgSaveDocumentMemory failed");
+        K_SvgFreeMemory(block);
+    }
+    K_SvgFreeNode(document);
+    CountBytes(state, Drawing().size());
+}
+BENCHMARK(SaveDocumentExport)->Unit(benchmark::kMillisecond);
+
 // The compressed road: unzip to a block, the reader's copy, the parse.
 // Throughput is counted in text bytes, to compare with the plain load.
 void LoadCompressedAndParse(benchmark::State& state)
