@@ -85,8 +85,10 @@ KVSVG_API int32_t K_BitmapAllocate(KvBitmap* bitmap);
 /* Gives the pixels back; the description stays. Unallocated is fine. */
 KVSVG_API int32_t K_BitmapFree(KvBitmap* bitmap);
 /* Makes target an allocated copy of source at another depth and colour
- * order. target may be source itself; a target that held pixels has them
- * freed, but only once the conversion has succeeded. Depths of 8 and below
+ * order. target is an initialised record or one cleared to zero, and may be
+ * source itself; pixels it held are freed, but only once the conversion has
+ * succeeded (a by-value copy of source shares source's pixels and does not
+ * free them). Depths of 8 and below
  * get a palette: the source's own when it is a palette of no more entries
  * than the depth holds, else the exact colours when they fit, else a fixed
  * palette (6x6x6 cube, the 16 standard colours, or black and white) with

@@ -2,10 +2,13 @@
 
 #include <cstring>
 #include <limits>
+#include <new>
+#include <string>
 
 #include "base/base_file.h"
 #include "base/bitmap.h"
 #include "base/tracked_memory.h"
+#include "base/utf.h"
 #include "codecs/image_decoders.h"
 
 namespace {
@@ -118,6 +121,19 @@ int32_t CodecLoadFile(const char* pathUtf8, KvBitmap& bitmap, uint32_t bitsPerPi
     if (BaseFileRead(file.get(), contents.get(), static_cast<size_t>(length)) != length)
         return ERROR_FILE_READ;
     return CodecLoadMemory(contents.get(), static_cast<size_t>(length), bitmap, bitsPerPixel, order);
+}
+
+int32_t CodecLoadFileWide(const char16_t* path, KvBitmap& bitmap, uint32_t bitsPerPixel, uint32_t order)
+{
+    if (!path)
+        return ERROR_INV_PARAMETER;
+    std::string pathUtf8;
+    try {
+        pathUtf8 = ToUtf8(std::u16string_view(path, WideLength(path)));
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
+    }
+    return CodecLoadFile(pathUtf8.c_str(), bitmap, bitsPerPixel, order);
 }
 
 int32_t CodecSavePngMemory(const KvBitmap& bitmap, uint32_t bitsPerPixel, void** block, size_t* size)

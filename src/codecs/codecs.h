@@ -37,6 +37,8 @@ int32_t DetectImageFormat(const void* data, size_t size);
 // overwritten, so a record that held pixels must be freed first.
 int32_t CodecLoadMemory(const void* data, size_t size, KvBitmap& bitmap, uint32_t bitsPerPixel, uint32_t order);
 int32_t CodecLoadFile(const char* pathUtf8, KvBitmap& bitmap, uint32_t bitsPerPixel, uint32_t order);
+// The same for a zero-terminated UTF-16 path, as the boundary gives it.
+int32_t CodecLoadFileWide(const char16_t* path, KvBitmap& bitmap, uint32_t bitsPerPixel, uint32_t order);
 
 // Encodes as PNG at bitsPerPixel (0: the bitmap's own), converting first
 // when the depth differs. *block is tracked memory for K_SvgFreeMemory.
