@@ -116,6 +116,10 @@ int32_t DecodeGif(const uint8_t* data, size_t size, uint32_t order, KvBitmap& bi
         return ERROR_FILE_FORMAT;
     if (frame.Width <= 0 || frame.Height <= 0)
         return ERROR_FILE_FORMAT;
+    // The frame is decoded whole even where it hangs off the screen, so its
+    // own size is bounded too: LZW packs a huge blank frame into few bytes.
+    if (!IsWithinPixelLimit(static_cast<uint64_t>(frame.Width), static_cast<uint64_t>(frame.Height)))
+        return ERROR_NO_MEMORY;
     // The logical screen is the picture; a file that gives none is the size
     // of its first frame.
     int32_t width = gif->SWidth > 0 ? gif->SWidth : frame.Width;

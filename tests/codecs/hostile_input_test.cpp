@@ -135,6 +135,14 @@ TEST(HostileImages, RefusesPicturesOverThePixelLimitBeforeAllocating)
     std::string hugeGif = gif;
     hugeGif[6] = hugeGif[7] = hugeGif[8] = hugeGif[9] = '\xFF';  // 65535 x 65535 screen
 
+    // A 1 x 1 screen with a 65535 x 65535 frame: the image descriptor
+    // follows the 13-byte screen and the 12-byte colour map.
+    std::string hugeFrame = gif;
+    hugeFrame[6] = hugeFrame[8] = '\x01';
+    hugeFrame[7] = hugeFrame[9] = '\x00';
+    ASSERT_EQ(hugeFrame[25], ',');
+    hugeFrame[30] = hugeFrame[31] = hugeFrame[32] = hugeFrame[33] = '\xFF';
+
     std::string jpeg = MakeJpeg(16, 8, false);
     std::string hugeJpeg = jpeg;
     // The baseline frame header: FF C0, length, precision, then height and width.
@@ -149,6 +157,7 @@ TEST(HostileImages, RefusesPicturesOverThePixelLimitBeforeAllocating)
         {"png 16384 x 16385", PngClaimingSize(16384, 16385), ERROR_NO_MEMORY},
         {"png of zero width", PngClaimingSize(0, 5), ERROR_FILE_FORMAT},
         {"gif 65535 x 65535", hugeGif, ERROR_NO_MEMORY},
+        {"gif frame 65535 x 65535 on a 1 x 1 screen", hugeFrame, ERROR_NO_MEMORY},
         {"jpeg 65280 x 65280", hugeJpeg, ERROR_NO_MEMORY},
     };
     for (const auto& c : cases) {
