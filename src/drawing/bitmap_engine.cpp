@@ -1,0 +1,455 @@
+#include "drawing/bitmap_engine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "base/bitmap.h"
+#include "base/geometry.h"
+#include "base/tracked_memory.h"
+
+namespace kvdrw::native {
+
+namespace {
+
+constexpr int kHatchCell = 10;
+
+cairo_matrix_t ToCairo(const KvMatrix& m)
+{
+    cairo_matrix_t result;
+    cairo_matrix_init(&result, m.m11, m.m12, m.m21, m.m22, m.dx, m.dy);
+    return result;
+}
+
+cairo_antialias_t Antialias(int32_t quality)
+{
+    switch (quality) {
+    case 0:
+        return CAIRO_ANTIALIAS_NONE;
+    case 1:
+        return CAIRO_ANTIALIAS_FAST;
+    default:
+        return CAIRO_ANTIALIAS_GOOD;
+    }
+}
+
+cairo_filter_t ImageFilter(int32_t quality)
+{
+    switch (quality) {
+    case 0:
+        return CAIRO_FILTER_NEAREST;
+    case 1:
+        return CAIRO_FILTER_BILINEAR;
+    default:
+        return CAIRO_FILTER_GOOD;
+    }
+}
+
+uint8_t Premultiply(uint8_t channel, uint8_t alpha) { return static_cast<uint8_t>((channel * alpha + 127) / 255); }
+
+uint8_t Unpremultiply(uint8_t channel, uint8_t alpha)
+{
+    return static_cast<uint8_t>(std::min(255, (channel * 255 + alpha / 2) / alpha));
+}
+
+uint32_t PremultipliedPixel(const KvColor& c)
+{
+    return (uint32_t(c.alpha) << 24) | (uint32_t(Premultiply(c.red, c.alpha)) << 16) |
+           (uint32_t(Premultiply(c.green, c.alpha)) << 8) | Premultiply(c.blue, c.alpha);
+}
+
+bool IsHatchLine(int32_t style, int x, int y)
+{
+    const int last = kHatchCell - 1;
+    switch (style) {
+    case 0:
+        return x == kHatchCell / 2 || y == kHatchCell / 2;
+    case 1:
+        return x == y || x == last - y;
+    case 2:
+        return x == last - y;
+    case 3:
+        return x == y;
+    case 4:
+        return y == last;
+    case 5:
+        return x == 0;
+    default:
+        return false;
+    }
+}
+
+// The path, replayed into a cairo context.
+struct CairoSink {
+    cairo_t* cr;
+    void MoveTo(const KvPoint& p) { cairo_move_to(cr, p.x, p.y); }
+    void LineTo(const KvPoint& p) { cairo_line_to(cr, p.x, p.y); }
+    void CurveTo(const KvPoint& a, const KvPoint& b, const KvPoint& p) { cairo_curve_to(cr, a.x, a.y, b.x, b.y, p.x, p.y); }
+    void Close() { cairo_close_path(cr); }
+};
+
+bool AllPointsFinite(const PathGeometry& path)
+{
+    for (const KvPoint& p : path.points()) {
+        if (!std::isfinite(p.x) || !std::isfinite(p.y))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int32_t BitmapEngine::Create(KvBitmap& bitmap, BitmapEngine** engine)
+{
+    if (!bitmap.data || bitmap.width <= 0 || bitmap.height <= 0)
+        return ERROR_INV_PARAMETER;
+    if (bitmap.bitsPerPixel != 24 && bitmap.bitsPerPixel != 32)
+        return ERROR_NOT_SUPPORTED;
+    if (bitmap.viewPerspective > KV_TOP_LEFT && bitmap.viewPerspective != KV_BOTTOM_LEFT)
+        return ERROR_NOT_SUPPORTED;
+    const uint64_t minimumStride = uint64_t(bitmap.width) * (bitmap.bitsPerPixel / 8);
+    if (bitmap.bytesPerLine < minimumStride || uint64_t(bitmap.bytesPerLine) * uint64_t(bitmap.height) > bitmap.dataSize)
+        return ERROR_INV_PARAMETER;
+    // cairo keeps sizes in 16.16 fixed point beyond this.
+    if (bitmap.width > 32767 || bitmap.height > 32767)
+        return ERROR_NOT_SUPPORTED;
+    BitmapEngine* made = new (std::nothrow) BitmapEngine(bitmap);
+    if (!made)
+        return ERROR_NO_MEMORY;
+    if (int32_t status = made->Start(); status != SUCCESS) {
+        delete made;
+        return status;
+    }
+    *engine = made;
+    return SUCCESS;
+}
+
+int32_t BitmapEngine::Start()
+{
+    drawsInPlace_ = bitmap_.bitsPerPixel == 32 && bitmap_.order == KV_ORDER_BGR &&
+                    bitmap_.viewPerspective != KV_BOTTOM_LEFT && bitmap_.bytesPerLine % 4 == 0;
+    if (drawsInPlace_) {
+        surface_.reset(cairo_image_surface_create_for_data(bitmap_.data, CAIRO_FORMAT_ARGB32, bitmap_.width,
+                                                           bitmap_.height, static_cast<int>(bitmap_.bytesPerLine)));
+    } else {
+        surface_.reset(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, bitmap_.width, bitmap_.height));
+    }
+    if (cairo_surface_status(surface_.get()) != CAIRO_STATUS_SUCCESS)
+        return ERROR_NO_MEMORY;
+    context_.reset(cairo_create(surface_.get()));
+    if (cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS)
+        return ERROR_NO_MEMORY;
+    CopyIn();
+    return SUCCESS;
+}
+
+BitmapEngine::~BitmapEngine()
+{
+    if (context_)
+        Flush();
+}
+
+void BitmapEngine::CopyIn()
+{
+    cairo_surface_flush(surface_.get());
+    if (drawsInPlace_) {
+        for (int32_t y = 0; y < bitmap_.height; ++y) {
+            uint8_t* row = bitmap_.data + size_t(y) * bitmap_.bytesPerLine;
+            for (int32_t x = 0; x < bitmap_.width; ++x) {
+                uint8_t* p = row + x * 4;
+                if (p[3] != 255) {
+                    p[0] = Premultiply(p[0], p[3]);
+                    p[1] = Premultiply(p[1], p[3]);
+                    p[2] = Premultiply(p[2], p[3]);
+                }
+            }
+        }
+    } else {
+        uint8_t* target = cairo_image_surface_get_data(surface_.get());
+        const int stride = cairo_image_surface_get_stride(surface_.get());
+        const bool red = bitmap_.order == KV_ORDER_RGB;
+        const int bytes = bitmap_.bitsPerPixel / 8;
+        for (int32_t y = 0; y < bitmap_.height; ++y) {
+            const uint8_t* in = BitmapRow(bitmap_, y);
+            auto* out = reinterpret_cast<uint32_t*>(target + size_t(y) * stride);
+            for (int32_t x = 0; x < bitmap_.width; ++x, in += bytes) {
+                KvColor c{bytes == 4 ? in[3] : uint8_t(255), red ? in[0] : in[2], in[1], red ? in[2] : in[0]};
+                out[x] = PremultipliedPixel(c);
+            }
+        }
+    }
+    cairo_surface_mark_dirty(surface_.get());
+    pixelsPremultiplied_ = true;
+}
+
+void BitmapEngine::CopyOut()
+{
+    cairo_surface_flush(surface_.get());
+    if (drawsInPlace_) {
+        for (int32_t y = 0; y < bitmap_.height; ++y) {
+            uint8_t* row = bitmap_.data + size_t(y) * bitmap_.bytesPerLine;
+            for (int32_t x = 0; x < bitmap_.width; ++x) {
+                uint8_t* p = row + x * 4;
+                if (p[3] != 255 && p[3] != 0) {
+                    p[0] = Unpremultiply(p[0], p[3]);
+                    p[1] = Unpremultiply(p[1], p[3]);
+                    p[2] = Unpremultiply(p[2], p[3]);
+                }
+            }
+        }
+        pixelsPremultiplied_ = false;
+        return;
+    }
+    const uint8_t* source = cairo_image_surface_get_data(surface_.get());
+    const int stride = cairo_image_surface_get_stride(surface_.get());
+    const bool red = bitmap_.order == KV_ORDER_RGB;
+    const int bytes = bitmap_.bitsPerPixel / 8;
+    for (int32_t y = 0; y < bitmap_.height; ++y) {
+        uint8_t* out = BitmapRow(bitmap_, y);
+        const auto* in = reinterpret_cast<const uint32_t*>(source + size_t(y) * stride);
+        for (int32_t x = 0; x < bitmap_.width; ++x, out += bytes) {
+            const uint32_t pixel = in[x];
+            uint8_t a = uint8_t(pixel >> 24), r = uint8_t(pixel >> 16), g = uint8_t(pixel >> 8), b = uint8_t(pixel);
+            if (a != 255 && a != 0) {
+                r = Unpremultiply(r, a);
+                g = Unpremultiply(g, a);
+                b = Unpremultiply(b, a);
+            }
+            out[0] = red ? r : b;
+            out[1] = g;
+            out[2] = red ? b : r;
+            if (bytes == 4)
+                out[3] = a;
+        }
+    }
+}
+
+void BitmapEngine::Flush()
+{
+    if (pixelsPremultiplied_ || !drawsInPlace_)
+        CopyOut();
+}
+
+KvRectangle BitmapEngine::DeviceExtent() const
+{
+    return {-1.0, -1.0, bitmap_.width + 2.0, bitmap_.height + 2.0};
+}
+
+int32_t BitmapEngine::Status() const
+{
+    switch (cairo_status(context_.get())) {
+    case CAIRO_STATUS_SUCCESS:
+        return SUCCESS;
+    case CAIRO_STATUS_NO_MEMORY:
+        return ERROR_NO_MEMORY;
+    default:
+        return FAILURE;
+    }
+}
+
+bool BitmapEngine::PrepareToDraw()
+{
+    cairo_t* cr = context_.get();
+    if (drawsInPlace_ && !pixelsPremultiplied_)
+        CopyIn();
+    if (appliedClip_ != clipGeneration()) {
+        cairo_identity_matrix(cr);
+        cairo_reset_clip(cr);
+        if (state().clip) {
+            cairo_set_antialias(cr, Antialias(state().qualityA));
+            for (const ClipRegion::Part& part : state().clip->parts) {
+                cairo_new_path(cr);
+                if (part.isRectangle) {
+                    const KvRectangle& r = part.rectangle;
+                    if (r.width > 0 && r.height > 0)
+                        cairo_rectangle(cr, r.x, r.y, r.width, r.height);
+                } else {
+                    for (const ClipperLib::Path& polygon : part.polygons) {
+                        for (size_t i = 0; i < polygon.size(); ++i) {
+                            double x = polygon[i].X / kClipperUnitsPerPixel, y = polygon[i].Y / kClipperUnitsPerPixel;
+                            if (i == 0)
+                                cairo_move_to(cr, x, y);
+                            else
+                                cairo_line_to(cr, x, y);
+                        }
+                        cairo_close_path(cr);
+                    }
+                }
+                cairo_set_fill_rule(cr, part.evenOdd ? CAIRO_FILL_RULE_EVEN_ODD : CAIRO_FILL_RULE_WINDING);
+                cairo_clip(cr);
+            }
+        }
+        appliedClip_ = clipGeneration();
+    }
+    if (!MatrixIsInvertible(state().transform))
+        return false;
+    cairo_matrix_t matrix = ToCairo(state().transform);
+    cairo_set_matrix(cr, &matrix);
+    return true;
+}
+
+bool BitmapEngine::SetSource(NativeBrush& brush)
+{
+    cairo_t* cr = context_.get();
+    switch (brush.kind()) {
+    case NativeBrush::Kind::Solid: {
+        const KvColor& c = static_cast<NativeSolidBrush&>(brush).color();
+        cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0);
+        return true;
+    }
+    case NativeBrush::Kind::Gradient: {
+        auto& gradient = static_cast<NativeGradientBrush&>(brush);
+        CairoPattern& pattern = brush.cachedPattern();
+        if (!pattern) {
+            pattern.reset(cairo_pattern_create_linear(gradient.start().x, gradient.start().y, gradient.end().x,
+                                                      gradient.end().y));
+            for (const GradientStop& stop : gradient.stops()) {
+                cairo_pattern_add_color_stop_rgba(pattern.get(), stop.offset, stop.color.red / 255.0,
+                                                  stop.color.green / 255.0, stop.color.blue / 255.0,
+                                                  stop.color.alpha / 255.0);
+            }
+            cairo_pattern_set_extend(pattern.get(), CAIRO_EXTEND_PAD);
+            if (cairo_pattern_status(pattern.get()) != CAIRO_STATUS_SUCCESS) {
+                pattern.reset();
+                return false;
+            }
+        }
+        cairo_set_source(cr, pattern.get());
+        return true;
+    }
+    case NativeBrush::Kind::Hatch: {
+        auto& hatch = static_cast<NativeHatchBrush&>(brush);
+        CairoPattern& pattern = brush.cachedPattern();
+        if (!pattern) {
+            CairoSurface cell(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, kHatchCell, kHatchCell));
+            if (cairo_surface_status(cell.get()) != CAIRO_STATUS_SUCCESS)
+                return false;
+            cairo_surface_flush(cell.get());
+            uint8_t* data = cairo_image_surface_get_data(cell.get());
+            const int stride = cairo_image_surface_get_stride(cell.get());
+            const uint32_t line = PremultipliedPixel(hatch.foreground());
+            const uint32_t back = PremultipliedPixel(hatch.background());
+            for (int y = 0; y < kHatchCell; ++y) {
+                auto* row = reinterpret_cast<uint32_t*>(data + y * stride);
+                for (int x = 0; x < kHatchCell; ++x)
+                    row[x] = IsHatchLine(hatch.style(), x, y) ? line : back;
+            }
+            cairo_surface_mark_dirty(cell.get());
+            pattern.reset(cairo_pattern_create_for_surface(cell.get()));
+            cairo_pattern_set_extend(pattern.get(), CAIRO_EXTEND_REPEAT);
+            cairo_pattern_set_filter(pattern.get(), CAIRO_FILTER_NEAREST);
+            if (cairo_pattern_status(pattern.get()) != CAIRO_STATUS_SUCCESS) {
+                pattern.reset();
+                return false;
+            }
+        }
+        // A hatch keeps to the pixel grid whatever the transform: its
+        // pattern space is device space.
+        cairo_matrix_t userToDevice;
+        cairo_get_matrix(cr, &userToDevice);
+        cairo_pattern_set_matrix(pattern.get(), &userToDevice);
+        cairo_set_source(cr, pattern.get());
+        return true;
+    }
+    }
+    return false;
+}
+
+int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrush* brush, bool isText)
+{
+    if (path.empty())
+        return SUCCESS;
+    if (!AllPointsFinite(path))
+        return ERROR_INV_PARAMETER;
+    if (!PrepareToDraw())
+        return SUCCESS;
+    cairo_t* cr = context_.get();
+    cairo_new_path(cr);
+    CairoSink sink{cr};
+    path.Replay(sink);
+    if (brush) {
+        if (!SetSource(*brush)) {
+            cairo_new_path(cr);
+            return ERROR_NO_MEMORY;
+        }
+        cairo_set_antialias(cr, Antialias(isText ? state().qualityB : state().qualityA));
+        cairo_set_fill_rule(cr, path.fillMode() ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
+        cairo_fill_preserve(cr);
+    }
+    if (pen) {
+        const KvColor& c = pen->color();
+        cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0);
+        cairo_set_antialias(cr, Antialias(state().qualityA));
+        const StrokeShape shape = pen->shape();
+        static const cairo_line_cap_t kCaps[] = {CAIRO_LINE_CAP_BUTT, CAIRO_LINE_CAP_SQUARE, CAIRO_LINE_CAP_ROUND};
+        static const cairo_line_join_t kJoins[] = {CAIRO_LINE_JOIN_MITER, CAIRO_LINE_JOIN_BEVEL, CAIRO_LINE_JOIN_ROUND};
+        cairo_set_line_cap(cr, kCaps[std::clamp(shape.lineCap, 0, 2)]);
+        cairo_set_line_join(cr, kJoins[std::clamp(shape.lineJoin, 0, 2)]);
+        cairo_set_miter_limit(cr, shape.miterLimit);
+        if (shape.width > 0) {
+            cairo_set_line_width(cr, shape.width);
+        } else {
+            // A pen of width 0 draws the thinnest line the page can show.
+            cairo_identity_matrix(cr);
+            cairo_set_line_width(cr, 1.0);
+        }
+        std::vector<double> dashes;
+        pen->DashLengths(dashes);
+        cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
+        cairo_stroke_preserve(cr);
+    }
+    cairo_new_path(cr);
+    return Status();
+}
+
+int32_t BitmapEngine::PaintImage(const KvBitmap& image, const KvRectangle& destination, const KvRectangle& source,
+                                 double opacity)
+{
+    const int32_t left = static_cast<int32_t>(std::floor(source.x));
+    const int32_t top = static_cast<int32_t>(std::floor(source.y));
+    const int32_t right = std::min(image.width, static_cast<int32_t>(std::ceil(source.x + source.width)));
+    const int32_t bottom = std::min(image.height, static_cast<int32_t>(std::ceil(source.y + source.height)));
+    if (right <= left || bottom <= top)
+        return SUCCESS;
+    CairoSurface picture(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, right - left, bottom - top));
+    if (cairo_surface_status(picture.get()) != CAIRO_STATUS_SUCCESS)
+        return ERROR_NO_MEMORY;
+    cairo_surface_flush(picture.get());
+    uint8_t* data = cairo_image_surface_get_data(picture.get());
+    const int stride = cairo_image_surface_get_stride(picture.get());
+    Pixel16* row = static_cast<Pixel16*>(KV_ALLOC(size_t(right), sizeof(Pixel16)));
+    if (!row)
+        return ERROR_NO_MEMORY;
+    for (int32_t y = top; y < bottom; ++y) {
+        ReadPixels(image, y, row, right);
+        auto* out = reinterpret_cast<uint32_t*>(data + size_t(y - top) * stride);
+        for (int32_t x = left; x < right; ++x) {
+            const Pixel16& p = row[x];
+            KvColor c{uint8_t(p.alpha >> 8), uint8_t(p.red >> 8), uint8_t(p.green >> 8), uint8_t(p.blue >> 8)};
+            out[x - left] = PremultipliedPixel(c);
+        }
+    }
+    KV_FREE(row);
+    cairo_surface_mark_dirty(picture.get());
+
+    if (!PrepareToDraw())
+        return SUCCESS;
+    cairo_t* cr = context_.get();
+    cairo_save(cr);
+    cairo_translate(cr, destination.x, destination.y);
+    cairo_scale(cr, destination.width / source.width, destination.height / source.height);
+    cairo_set_source_surface(cr, picture.get(), left - source.x, top - source.y);
+    cairo_pattern_t* pattern = cairo_get_source(cr);
+    cairo_pattern_set_filter(pattern, ImageFilter(state().qualityB));
+    cairo_pattern_set_extend(pattern, CAIRO_EXTEND_PAD);
+    cairo_set_antialias(cr, Antialias(state().qualityA));
+    cairo_new_path(cr);
+    cairo_rectangle(cr, 0, 0, source.width, source.height);
+    cairo_clip(cr);
+    cairo_paint_with_alpha(cr, opacity);
+    cairo_restore(cr);
+    return Status();
+}
+
+}  // namespace kvdrw::native
