@@ -241,6 +241,9 @@ KVSVG_API int32_t K_SvgSetElementValue(SvgHandle node, const KvChar* value);
 KVSVG_API int32_t K_SvgGetElementAttributeValue(SvgHandle node, const KvChar* name, KvChar** value);
 KVSVG_API int32_t K_SvgSetElementAttributeValue(SvgHandle node, const KvChar* name, const KvChar* value);
 KVSVG_API int32_t K_SvgRemoveElementAttribute(SvgHandle node, const KvChar* name);
+/* Lists attribute names: the index-th in document order, or a null *name
+ * with SUCCESS past the last one. */
+KVSVG_API int32_t K_SvgGetElementAttributeNameAt(SvgHandle node, uint32_t index, KvChar** name);
 
 /* Inserts an element of any name ("svg:" is skipped to find its type) at a
  * position relative to parent; *node (optional) receives the new element. */

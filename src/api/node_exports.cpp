@@ -89,6 +89,13 @@ int32_t K_SvgSetElementAttributeValue(SvgHandle node, const KvChar* name, const 
     return AsHandler(node)->SetAttribute(name, value);
 }
 
+int32_t K_SvgGetElementAttributeNameAt(SvgHandle node, uint32_t index, KvChar** name)
+{
+    if (!node)
+        return ERROR_INV_PARAMETER;
+    return AsHandler(node)->GetAttributeNameAt(index, name);
+}
+
 int32_t K_SvgRemoveElementAttribute(SvgHandle node, const KvChar* name)
 {
     // Historically unchecked; a null handle now gets the usual answer.

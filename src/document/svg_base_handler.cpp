@@ -323,6 +323,21 @@ int32_t SvgBaseHandler::RemoveAttribute(const char16_t* name)
     return notify(kSvgEventAfterAttributes);
 }
 
+int32_t SvgBaseHandler::GetAttributeNameAt(uint32_t index, char16_t** name) const
+{
+    if (!name)
+        return ERROR_INV_PARAMETER;
+    *name = nullptr;
+    if (!node_)
+        return ERROR_NODE_UNBOUND;
+    pugi::xml_attribute attribute = node_.first_attribute();
+    for (uint32_t i = 0; attribute && i < index; ++i)
+        attribute = attribute.next_attribute();
+    if (!attribute)
+        return SUCCESS;
+    return CopyOut(attribute.name(), name);
+}
+
 int32_t SvgBaseHandler::PrefixStylePreserveSpace()
 {
     if (!node_)

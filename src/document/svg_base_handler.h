@@ -61,6 +61,8 @@ public:
     int32_t GetAttribute(const char16_t* name, char16_t** value) const;
     int32_t SetAttribute(const char16_t* name, const char16_t* value);
     int32_t RemoveAttribute(const char16_t* name);
+    // Name of the attribute at `index` in document order; null past the last.
+    int32_t GetAttributeNameAt(uint32_t index, char16_t** name) const;
     int32_t PrefixStylePreserveSpace();
 
     pugi::xml_node node() const { return node_; }

@@ -303,6 +303,17 @@ TEST(Editing, UserElementsTextAndAttributes)
     EXPECT_EQ(std::u16string(value), u"10");
     K_SvgFreeMemory(value);
     EXPECT_EQ(SaveRaw(document), "<desc/><svg><my:thing note=\"caf\xC3\xA9\"/><svg:rect width=\"10\"/></svg>");
+    ASSERT_EQ(K_SvgSetElementAttributeValue(prefixed, u"height", u"4"), SUCCESS);
+    std::u16string names;
+    for (uint32_t index = 0;; ++index) {
+        KvChar* name = nullptr;
+        ASSERT_EQ(K_SvgGetElementAttributeNameAt(prefixed, index, &name), SUCCESS);
+        if (!name)
+            break;
+        names += std::u16string(name) + u";";
+        K_SvgFreeMemory(name);
+    }
+    EXPECT_EQ(names, u"width;height;");
     EXPECT_EQ(K_SvgRemoveElement(custom), SUCCESS);
     EXPECT_EQ(K_SvgRemoveElement(nullptr), ERROR_INV_PARAMETER);
 }

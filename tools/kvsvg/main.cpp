@@ -115,6 +115,8 @@ struct Owned {
     ~Owned() { K_SvgFreeNode(handle); }
 };
 
+bool EndsWith(std::string_view text, std::string_view suffix);
+
 std::string Attribute(SvgHandle node, const char16_t* name)
 {
     KvChar* value = nullptr;
@@ -196,13 +198,60 @@ int Convert(int argc, char** argv)
     return 0;
 }
 
+int Select(const char* path, const char* query)
+{
+    Owned document;
+    if (int32_t status = K_SvgLoadDocument(Wide(path).c_str(), &document.handle, nullptr); status != SUCCESS)
+        return Fail("load", status);
+    SvgNodesIterator matches{kSvgNodesIteratorSize, 0, nullptr};
+    if (int32_t status = K_SvgSelectNodes(document.handle, Wide(query).c_str(), &matches); status != SUCCESS)
+        return Fail("select", status);
+    int printed = 0;
+    for (int32_t i = 0; i < matches.count; ++i) {
+        SvgHandle node = matches.nodes[i];
+        if (!node)
+            continue;  // attribute matches leave empty slots
+        KvChar* name = nullptr;
+        K_SvgGetElementName(node, &name);
+        std::string line = Narrow(name);
+        K_SvgFreeMemory(name);
+        for (uint32_t index = 0;; ++index) {
+            KvChar* attribute = nullptr;
+            if (K_SvgGetElementAttributeNameAt(node, index, &attribute) != SUCCESS || !attribute)
+                break;
+            line += " " + Narrow(attribute) + "=\"" + Attribute(node, attribute) + "\"";
+            K_SvgFreeMemory(attribute);
+        }
+        std::printf("%s\n", line.c_str());
+        ++printed;
+    }
+    K_SvgFreeIterator(&matches);
+    std::fprintf(stderr, "%d element%s\n", printed, printed == 1 ? "" : "s");
+    return 0;
+}
+
+int Ids(const char* in, const char* out)
+{
+    Owned document;
+    if (int32_t status = K_SvgLoadDocument(Wide(in).c_str(), &document.handle, nullptr); status != SUCCESS)
+        return Fail("load", status);
+    if (int32_t status = K_SvgAddElementIDs(document.handle); status != SUCCESS)
+        return Fail("add ids", status);
+    SvgSaveOptions options{kSvgSaveOptionsSize, 1, {u'\t', 0}, 0, EndsWith(out, ".svgz") ? 1u : 0u};
+    if (int32_t status = K_SvgSaveDocument(Wide(out).c_str(), document.handle, &options); status != SUCCESS)
+        return Fail("save", status);
+    return 0;
+}
+
 void Usage()
 {
     std::fprintf(stderr,
                  "usage: kvsvg COMMAND ...\n"
                  "  info FILE                 root size, version, flat mark and element count\n"
                  "  convert IN OUT [options]  svg and svgz either way, by OUT's extension\n"
-                 "      --indent STR  indentation (default one tab)  --raw  one line  --utf16  UTF-16 text\n");
+                 "      --indent STR  indentation (default one tab)  --raw  one line  --utf16  UTF-16 text\n"
+                 "  select FILE XPATH         each matching element with its attributes\n"
+                 "  ids IN OUT                gives every element without an id one (ID1, ID2, ...)\n");
 }
 
 }  // namespace
@@ -218,6 +267,10 @@ int main(int argc, char** argv)
         return Info(argv[2]);
     if (command == "convert")
         return Convert(argc - 2, argv + 2);
+    if (command == "select" && argc == 4)
+        return Select(argv[2], argv[3]);
+    if (command == "ids" && argc == 4)
+        return Ids(argv[2], argv[3]);
     Usage();
     return 2;
 }
