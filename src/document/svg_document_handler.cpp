@@ -10,13 +10,26 @@
 #include "base/tracked_memory.h"
 #include "base/utf.h"
 #include "document/element_table.h"
-#include "document/file_options.h"
 #include "document/svg_xml_streams.h"
 #include "document/svg_zip.h"
+#include "values/file_option_attributes.h"
+#include "values/svg_attribute_reader.h"
 
 namespace {
 
 constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
+
+// 0 none stated, 1 for exactly 1.0, 2 for exactly 1.1; a version that is
+// not a number fails the load.
+int32_t ReadRootVersion(pugi::xml_node root, uint32_t& version)
+{
+    version = 0;
+    double value = 0;
+    if (int32_t status = SvgAttributeReader(root, 0).ReadNumberAttribute("version", &value); status != SUCCESS)
+        return status;
+    version = value == 1.0 ? 1 : value == 1.1 ? 2 : 0;
+    return SUCCESS;
+}
 
 bool IsTolerableParseError(pugi::xml_parse_status status)
 {
@@ -150,7 +163,7 @@ void SvgDocumentHandler::ClearFlatFlag()
 {
     if (isFlat_ == 1) {
         isFlat_ = 0;
-        WriteFlatAttribute(Root(), false);
+        WriteIsFlatAttribute(Root(), false);
     }
 }
 
@@ -159,15 +172,15 @@ void SvgDocumentHandler::ClearBounds()
     if (bounds_.hasBounds != 0) {
         bounds_ = SvgBounds{};
         bounds_.size = kSvgBoundsSize;
-        RemoveBoundsAttribute(Root());
+        Root().remove_attribute("Bounds");
     }
 }
 
 void SvgDocumentHandler::RefreshCachesFromTree()
 {
     pugi::xml_node root = Root();
-    ReadBoundsAttributes(root, bounds_);
-    isFlat_ = ReadFlatAttribute(root) ? 1 : 0;
+    ReadFileOptionAttributes(root, &bounds_);
+    isFlat_ = ReadIsFlatAttribute(root) ? 1 : 0;
 }
 
 int32_t SvgDocumentHandler::bind(pugi::xml_node node)
@@ -235,9 +248,9 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
         return ERROR_NO_SVG_ROOT;
     if (int32_t status = ReadRootVersion(root, version_); status != SUCCESS)
         return status;
-    if (int32_t status = ReadBoundsAttributes(root, bounds_); status != SUCCESS)
+    if (int32_t status = ReadFileOptionAttributes(root, &bounds_); status != SUCCESS)
         return status;
-    isFlat_ = ReadFlatAttribute(root) ? 1 : 0;
+    isFlat_ = ReadIsFlatAttribute(root) ? 1 : 0;
     if (!options || (options->flags == 0 && options->maximumElements <= 0))
         return SUCCESS;
     int32_t wasFlat = isFlat_;
@@ -245,7 +258,7 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
     // Removals went through notify and cleared the flag; a flat file stays flat.
     if (wasFlat == 1 && isFlat_ != 1) {
         isFlat_ = 1;
-        WriteFlatAttribute(Root(), true);
+        WriteIsFlatAttribute(Root(), true);
     }
     return status;
 }
@@ -418,7 +431,7 @@ int32_t SvgDocumentHandler::CopyFrom(SvgDocumentHandler& source)
 {
     // The copy's flat cache stays as constructed: only asking refreshes it.
     if (source.isFlat_ == 1)
-        WriteFlatAttribute(Root(), true);
+        WriteIsFlatAttribute(Root(), true);
     try {
         tree_.reset(source.tree_);
     } catch (const std::bad_alloc&) {
@@ -426,7 +439,7 @@ int32_t SvgDocumentHandler::CopyFrom(SvgDocumentHandler& source)
     }
     version_ = source.getVersion();
     bounds_ = source.bounds_;
-    WriteBoundsAttributes(Root(), &bounds_);
+    WriteFileOptionAttributes(Root(), &bounds_);
     return SUCCESS;
 }
 
@@ -434,7 +447,7 @@ int32_t SvgDocumentHandler::CopyFrom(SvgDocumentHandler& source)
 
 int32_t SvgDocumentHandler::ReadFlat(int32_t* flat)
 {
-    isFlat_ = ReadFlatAttribute(Root()) ? 1 : 0;
+    isFlat_ = ReadIsFlatAttribute(Root()) ? 1 : 0;
     *flat = isFlat_;
     return SUCCESS;
 }
@@ -444,16 +457,16 @@ int32_t SvgDocumentHandler::SetFlat(int32_t flat)
     if (!flat && updateDepth_ == 0)
         DropDerivedState();
     isFlat_ = flat ? 1 : 0;
-    return WriteFlatAttribute(Root(), flat != 0);
+    return WriteIsFlatAttribute(Root(), flat != 0);
 }
 
 int32_t SvgDocumentHandler::GetBounds(SvgBounds& bounds)
 {
     pugi::xml_node root = Root();
-    if (!ReadFlatAttribute(root))
+    if (!ReadIsFlatAttribute(root))
         return ERROR_NOT_FLAT;
     bounds.size = kSvgBoundsSize;
-    if (int32_t status = ReadBoundsAttributes(root, bounds); status != SUCCESS)
+    if (int32_t status = ReadFileOptionAttributes(root, &bounds); status != SUCCESS)
         return status;
     bounds_ = bounds;
     return SUCCESS;
@@ -462,9 +475,9 @@ int32_t SvgDocumentHandler::GetBounds(SvgBounds& bounds)
 int32_t SvgDocumentHandler::SetBounds(const SvgBounds& bounds)
 {
     pugi::xml_node root = Root();
-    if (!ReadFlatAttribute(root))
+    if (!ReadIsFlatAttribute(root))
         return ERROR_NOT_FLAT;
-    WriteBoundsAttributes(root, &bounds);
+    WriteFileOptionAttributes(root, &bounds);
     bounds_ = bounds;
     return SUCCESS;
 }
