@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/tracked_memory.h"
+#include "base/utf.h"
 #include "document/element_table.h"
 #include "document/svg_document_handler.h"
 #include "document/svg_element_handlers.h"
@@ -57,9 +58,11 @@ TEST(ElementTable, LooksUpNamesExactlyWithTheSvgPrefixDropped)
         EXPECT_EQ(LookupElementType(c.name), c.type);
     }
     for (uint32_t type = 2; type <= 46; ++type)
-        EXPECT_EQ(LookupElementType(SvgElementName(type)), type);
-    EXPECT_TRUE(SvgElementName(1).empty());
-    EXPECT_TRUE(SvgElementName(47).empty());
+        EXPECT_EQ(LookupElementType(ToUtf8(SvgElementNameWide(type))), type);
+    EXPECT_TRUE(SvgElementNameWide(1).empty());
+    EXPECT_TRUE(SvgElementNameWide(47).empty());
+    EXPECT_EQ(LookupElementType(std::string(70, 'g')), 0u);
+    EXPECT_EQ(LookupElementType("r\xC3\xA9ct"), 0u);
 }
 
 TEST(Handlers, WrapGivesTypeByNameAndRefusesUnnamedNodes)
