@@ -566,3 +566,49 @@ TEST(DocumentHostileInput, DecompressionBombIsRefused)
     Handle allowed;
     EXPECT_EQ(LoadText(packed, allowed), SUCCESS);
 }
+
+TEST(DocumentHostileInput, EveryFailedAllocationGivesNoMemoryAndLeavesNothing)
+{
+    const std::string plain = "<svg version=\"1.1\" IsFlat=\"true\"><g><rect width=\"3\"/></g></svg>";
+    const std::string packed = Gzip(plain);
+    for (const std::string* bytes : {&plain, &packed}) {
+        bool succeeded = false;
+        for (long n = 0; n < 200 && !succeeded; ++n) {
+            SCOPED_TRACE(n);
+            TrackedFailAllocationAfter(n);
+            Handle document;
+            int32_t status = LoadText(*bytes, document);
+            TrackedFailAllocationAfter(-1);
+            ASSERT_TRUE(status == SUCCESS || status == ERROR_NO_MEMORY || status == FAILURE) << status;
+            EXPECT_EQ(status == SUCCESS, document.get() != nullptr);
+            if (status != SUCCESS) {
+                EXPECT_EQ(TrackedLiveBlocks(), 0u);
+                EXPECT_EQ(TrackedLiveResources(), 0u);
+            }
+            succeeded = status == SUCCESS;
+        }
+        EXPECT_TRUE(succeeded);
+    }
+
+    Handle original;
+    ASSERT_EQ(LoadText(plain, original), SUCCESS);
+    const std::string before = SaveRaw(original);
+    SvgSaveOptions compressed{kSvgSaveOptionsSize, 0, {0}, 0, 1};
+    for (long n = 0; n < 50; ++n) {
+        SCOPED_TRACE(n);
+        size_t blocksBefore = TrackedLiveBlocks();
+        TrackedFailAllocationAfter(n);
+        Handle copy;
+        int32_t copied = K_SvgCopyDocument(original, copy.out());
+        void* block = nullptr;
+        size_t size = 0;
+        int32_t saved = K_SvgSaveDocumentMemory(original, &block, &size, &compressed);
+        TrackedFailAllocationAfter(-1);
+        EXPECT_TRUE(copied == SUCCESS || copied == ERROR_NO_MEMORY) << copied;
+        EXPECT_TRUE(saved == SUCCESS || saved == ERROR_NO_MEMORY) << saved;
+        EXPECT_EQ(saved == SUCCESS, block != nullptr);
+        K_SvgFreeMemory(block);
+        EXPECT_EQ(SaveRaw(original), before);
+        EXPECT_EQ(TrackedLiveBlocks(), blocksBefore);
+    }
+}
