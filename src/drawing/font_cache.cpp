@@ -215,8 +215,15 @@ public:
 
     ~ProcessFontCache() override
     {
-        // Faces before the library that made them.
+        // Faces before the library that made them; fontconfig's own tables
+        // last, which only FcFini gives back.
+        byRequest_.clear();
         faces_.clear();
+        library_.reset();
+        if (config_) {
+            config_.reset();
+            FcFini();
+        }
     }
 
 private:
@@ -307,10 +314,9 @@ private:
 
 FontCache& FontCache::Instance()
 {
-    // Never destroyed: engines on other threads may still measure while the
-    // process exits, and the operating system takes the memory back.
-    static ProcessFontCache* cache = new ProcessFontCache;
-    return *cache;
+    // Lives until the process exits; no engine may outlive main().
+    static ProcessFontCache cache;
+    return cache;
 }
 
 }  // namespace kvdrw::native
