@@ -122,10 +122,12 @@ KVSVG_API int32_t K_BitmapSavePng(const KvBitmap* bitmap, uint32_t bitsPerPixel,
  *
  * The bitmap engine draws onto the caller's bitmap, which must stay alive
  * until the engine is destroyed: 24 or 32 bits, either colour order, either
- * row order. On 32 bits the fourth byte is alpha and colours are
- * premultiplied by it, so an opaque bitmap reads as plain colours. Drawing
- * reaches the bitmap at the latest when the engine is destroyed, or at
- * EndPage and EndDocument. Other depths give ERROR_NOT_SUPPORTED.
+ * row order; other depths give ERROR_NOT_SUPPORTED. The bitmap holds the
+ * drawing, in the pixel layout above, once the engine is destroyed or after
+ * EndPage and EndDocument; in between, a 32-bit top-down blue-first bitmap
+ * (drawn in place) may hold colours premultiplied by alpha. Where nothing is
+ * drawn a 32-bit pixel keeps its alpha, so a cleared bitmap stays
+ * transparent around the drawing.
  *
  * The measuring engine draws nothing, at 96 dots per inch; it measures text
  * and geometry exactly as the bitmap engine draws them. */
