@@ -256,5 +256,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 
 /* The data-URI family has a header of its own; it needs what is above. */
 #include "kvsvg/kvsvg_datauri.h"
+/* Element records and their exports. */
+#include "kvsvg/kvsvg_elements.h"
 
 #endif /* KVSVG_KVSVG_H */

@@ -40,6 +40,10 @@ public:
     int32_t GetBounds(SvgBounds& bounds);
     int32_t SetBounds(const SvgBounds& bounds);
     int32_t AddElementIDs();
+    // Through the element records (svg_document_records.cpp).
+    int32_t SetDocumentVersion(uint32_t version);
+    int32_t Resize(double factor);
+    int32_t GetFileOptions(SvgFileOptions& options);
 
     void SetMaximumElements(uint32_t limit);
     uint32_t maximumElements() const { return maximumElements_; }
