@@ -557,16 +557,16 @@ int32_t EngineCore::SetClipRect(const KvRectangle* rect, int32_t combineMode)
     if (!AllFinite({rect->x, rect->y, rect->width, rect->height}))
         return ERROR_INV_PARAMETER;
     try {
+        // An empty rectangle is no region at all, whichever way it is turned.
         PathGeometry outline;
-        outline.AddRectangle(rect->x, rect->y, rect->width, rect->height);
+        if (!RectIsEmpty(*rect))
+            outline.AddRectangle(rect->x, rect->y, rect->width, rect->height);
         outline.SetFillMode(1);
         const KvMatrix& m = state_.transform;
         // A rectangle that stays one in device space clips exactly, with no
         // rounding to Clipper's steps.
         if (m.m12 == 0 && m.m21 == 0) {
-            KvRectangle device = RectTransformAxisAligned(*rect, m);
-            if (rect->width <= 0 || rect->height <= 0)
-                device = {0, 0, 0, 0};
+            KvRectangle device = RectIsEmpty(*rect) ? KvRectangle{0, 0, 0, 0} : RectTransformAxisAligned(*rect, m);
             return CombineClip(outline, combineMode, &device);
         }
         return CombineClip(outline, combineMode, nullptr);

@@ -156,6 +156,29 @@ TEST(BitmapEngine, ClipModesLeaveTheRightRegions)
     }
 }
 
+TEST(BitmapEngine, EmptyClipRectangleIsNoRegion)
+{
+    const struct {
+        int32_t mode;
+        bool painted;
+    } cases[] = {{kvdrw::kCombineReplace, false}, {kvdrw::kCombineIntersect, false}, {kvdrw::kCombineUnion, true},
+                 {kvdrw::kCombineExclude, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode);
+        TestBitmap target(4, 4, 24, KV_ORDER_BGR, KV_TOP_LEFT);
+        {
+            ScopedEngine engine(target.bitmap);
+            EngineObject<kvdrw::SolidBrush> brush(*engine);
+            ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &kvtest::kOpaqueRed), SUCCESS);
+            const KvRectangle everything = {0, 0, 4, 4}, turnedRound = {4, 0, -4, 4};
+            ASSERT_EQ(engine->SetClipRect(&everything, kvdrw::kCombineReplace), SUCCESS);
+            ASSERT_EQ(engine->SetClipRect(&turnedRound, c.mode), SUCCESS);
+            ASSERT_EQ(engine->DrawRectangle(nullptr, brush.get(), 0, 0, 4, 4), SUCCESS);
+        }
+        EXPECT_EQ(target.At(1, 2), c.painted ? kvtest::kRed : kvtest::kWhite);
+    }
+}
+
 TEST(BitmapEngine, ClipPathAndRestoredStateAgree)
 {
     TestBitmap target(10, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
