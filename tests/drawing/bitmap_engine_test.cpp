@@ -291,6 +291,32 @@ TEST(BitmapEngine, TransparentTargetKeepsStraightAlpha)
     EXPECT_EQ(target.At(3, 3), (Rgba{0, 0, 0, 0}));
 }
 
+TEST(BitmapEngine, HostileNumbersLeaveTheEngineWorking)
+{
+    TestBitmap target(4, 4, 24, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(target.bitmap);
+        EngineObject<kvdrw::SolidBrush> brush(*engine);
+        EngineObject<kvdrw::Pen> pen(*engine);
+        ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &kvtest::kOpaqueRed), SUCCESS);
+        ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 1e300, kvdrw::kDashDot), SUCCESS);
+        const double huge = 1e300, nan = std::nan("");
+        EXPECT_EQ(engine->DrawRectangle(pen.get(), brush.get(), -huge, -huge, huge, huge), SUCCESS);
+        EXPECT_EQ(engine->DrawRectangle(nullptr, brush.get(), nan, 0, 1, 1), ERROR_INV_PARAMETER);
+        const KvMatrix broken = {nan, 0, 0, 1, 0, 0, 0}, flat = {1, 0, 2, 0, 0, 0, 0};
+        for (const KvMatrix* m : {&broken, &flat}) {
+            ASSERT_EQ(engine->SetTransform(m), SUCCESS);
+            EXPECT_EQ(engine->DrawRectangle(nullptr, brush.get(), 0, 0, 1, 1), SUCCESS);
+        }
+        const KvPoint points[] = {{0, 0}, {huge, nan}, {1, 1}};
+        const int32_t types[] = {6, 2, 2};
+        ASSERT_EQ(engine->ResetTransform(), SUCCESS);
+        EXPECT_EQ(engine->DrawPathData(nullptr, brush.get(), points, types, 3, 1), ERROR_INV_PARAMETER);
+        EXPECT_EQ(engine->DrawRectangle(nullptr, brush.get(), 0, 0, 1, 1), SUCCESS);
+    }
+    EXPECT_EQ(target.At(0, 0), kvtest::kRed);
+}
+
 TEST(BitmapEngine, RefusesBitmapsItCannotDrawOn)
 {
     TestBitmap eightBit(4, 4, 8, KV_ORDER_BGR, KV_TOP_LEFT);
