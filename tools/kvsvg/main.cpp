@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kvsvg/kvsvg.h"
+#include "selftest_draw.h"
 
 namespace {
 
@@ -251,7 +252,8 @@ void Usage()
                  "  convert IN OUT [options]  svg and svgz either way, by OUT's extension\n"
                  "      --indent STR  indentation (default one tab)  --raw  one line  --utf16  UTF-16 text\n"
                  "  select FILE XPATH         each matching element with its attributes\n"
-                 "  ids IN OUT                gives every element without an id one (ID1, ID2, ...)\n");
+                 "  ids IN OUT                gives every element without an id one (ID1, ID2, ...)\n"
+                 "  selftest-draw OUT.png     draws a fixed test scene through the bitmap engine\n");
 }
 
 }  // namespace
@@ -267,6 +269,8 @@ int main(int argc, char** argv)
         return Info(argv[2]);
     if (command == "convert")
         return Convert(argc - 2, argv + 2);
+    if (command == "selftest-draw")
+        return RunSelftestDraw(argc - 2, argv + 2);
     if (command == "select" && argc == 4)
         return Select(argv[2], argv[3]);
     if (command == "ids" && argc == 4)
