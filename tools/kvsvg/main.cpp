@@ -220,7 +220,7 @@ int Select(const char* path, const char* query)
             KvChar* attribute = nullptr;
             if (K_SvgGetElementAttributeNameAt(node, index, &attribute) != SUCCESS || !attribute)
                 break;
-            line += " " + Narrow(attribute) + "=\"" + Attribute(node, attribute) + "\"";
+            line.append(" ").append(Narrow(attribute)).append("=\"").append(Attribute(node, attribute)).append("\"");
             K_SvgFreeMemory(attribute);
         }
         std::printf("%s\n", line.c_str());
