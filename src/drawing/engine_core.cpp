@@ -235,17 +235,24 @@ int32_t EngineCore::PaintBuilt(NativePen* pen, NativeBrush* brush, int32_t fillM
     }
 }
 
+template <class Build>
+int32_t EngineCore::PaintShape(kvdrw::Pen* pen, kvdrw::Brush* brush, std::initializer_list<double> numbers,
+                               int32_t fillMode, Build&& build)
+{
+    NativePen* nativePen = nullptr;
+    NativeBrush* nativeBrush = nullptr;
+    if (int32_t status = ResolvePaint(pen, brush, nativePen, nativeBrush); status != SUCCESS)
+        return status;
+    if (!AllFinite(numbers))
+        return ERROR_INV_PARAMETER;
+    return PaintBuilt(nativePen, nativeBrush, fillMode, std::forward<Build>(build));
+}
+
 int32_t EngineCore::DrawLine(kvdrw::Pen* pen, double x1, double y1, double x2, double y2)
 {
     if (!pen)
         return ERROR_INV_PARAMETER;
-    NativePen* nativePen = nullptr;
-    NativeBrush* unused = nullptr;
-    if (int32_t status = ResolvePaint(pen, nullptr, nativePen, unused); status != SUCCESS)
-        return status;
-    if (!AllFinite({x1, y1, x2, y2}))
-        return ERROR_INV_PARAMETER;
-    return PaintBuilt(nativePen, nullptr, 0, [&](PathGeometry& p) { p.AddLine({x1, y1}, {x2, y2}); });
+    return PaintShape(pen, nullptr, {x1, y1, x2, y2}, 0, [&](PathGeometry& p) { p.AddLine({x1, y1}, {x2, y2}); });
 }
 
 int32_t EngineCore::DrawPath(kvdrw::Pen* pen, kvdrw::Brush* brush, kvdrw::GraphicsPath* path)
@@ -267,13 +274,8 @@ int32_t EngineCore::DrawRectangle(kvdrw::Pen* pen, kvdrw::Brush* brush, double x
 {
     if (!pen && !brush)
         return SUCCESS;
-    NativePen* nativePen = nullptr;
-    NativeBrush* nativeBrush = nullptr;
-    if (int32_t status = ResolvePaint(pen, brush, nativePen, nativeBrush); status != SUCCESS)
-        return status;
-    if (!AllFinite({x, y, width, height}))
-        return ERROR_INV_PARAMETER;
-    return PaintBuilt(nativePen, nativeBrush, 1, [&](PathGeometry& p) { p.AddRectangle(x, y, width, height); });
+    return PaintShape(pen, brush, {x, y, width, height}, 1,
+                      [&](PathGeometry& p) { p.AddRectangle(x, y, width, height); });
 }
 
 int32_t EngineCore::DrawRoundRectangle(kvdrw::Pen* pen, kvdrw::Brush* brush, double x, double y, double width,
@@ -281,16 +283,10 @@ int32_t EngineCore::DrawRoundRectangle(kvdrw::Pen* pen, kvdrw::Brush* brush, dou
 {
     if (!pen && !brush)
         return SUCCESS;
-    NativePen* nativePen = nullptr;
-    NativeBrush* nativeBrush = nullptr;
-    if (int32_t status = ResolvePaint(pen, brush, nativePen, nativeBrush); status != SUCCESS)
-        return status;
-    if (!AllFinite({x, y, width, height, radiusX, radiusY}))
-        return ERROR_INV_PARAMETER;
     // Corners never overlap: each radius is at most half its side.
     const double rx = std::min(std::fabs(radiusX), std::fabs(width) / 2);
     const double ry = std::min(std::fabs(radiusY), std::fabs(height) / 2);
-    return PaintBuilt(nativePen, nativeBrush, 1, [&](PathGeometry& p) {
+    return PaintShape(pen, brush, {x, y, width, height, radiusX, radiusY}, 1, [&](PathGeometry& p) {
         if (rx <= 0 || ry <= 0) {
             p.AddRectangle(x, y, width, height);
             return;
@@ -310,13 +306,8 @@ int32_t EngineCore::DrawEllipse(kvdrw::Pen* pen, kvdrw::Brush* brush, double x, 
 {
     if (!pen && !brush)
         return SUCCESS;
-    NativePen* nativePen = nullptr;
-    NativeBrush* nativeBrush = nullptr;
-    if (int32_t status = ResolvePaint(pen, brush, nativePen, nativeBrush); status != SUCCESS)
-        return status;
-    if (!AllFinite({x, y, width, height}))
-        return ERROR_INV_PARAMETER;
-    return PaintBuilt(nativePen, nativeBrush, 1, [&](PathGeometry& p) { p.AddEllipse(x, y, width, height); });
+    return PaintShape(pen, brush, {x, y, width, height}, 1,
+                      [&](PathGeometry& p) { p.AddEllipse(x, y, width, height); });
 }
 
 int32_t EngineCore::DrawArc(kvdrw::Pen* pen, double x, double y, double width, double height, double startDegrees,
@@ -324,13 +315,7 @@ int32_t EngineCore::DrawArc(kvdrw::Pen* pen, double x, double y, double width, d
 {
     if (!pen)
         return ERROR_INV_PARAMETER;
-    NativePen* nativePen = nullptr;
-    NativeBrush* unused = nullptr;
-    if (int32_t status = ResolvePaint(pen, nullptr, nativePen, unused); status != SUCCESS)
-        return status;
-    if (!AllFinite({x, y, width, height, startDegrees, sweepDegrees}))
-        return ERROR_INV_PARAMETER;
-    return PaintBuilt(nativePen, nullptr, 0,
+    return PaintShape(pen, nullptr, {x, y, width, height, startDegrees, sweepDegrees}, 0,
                       [&](PathGeometry& p) { p.AddArc(x, y, width, height, startDegrees, sweepDegrees, false); });
 }
 
@@ -339,13 +324,7 @@ int32_t EngineCore::DrawPie(kvdrw::Pen* pen, kvdrw::Brush* brush, double x, doub
 {
     if (!pen && !brush)
         return SUCCESS;
-    NativePen* nativePen = nullptr;
-    NativeBrush* nativeBrush = nullptr;
-    if (int32_t status = ResolvePaint(pen, brush, nativePen, nativeBrush); status != SUCCESS)
-        return status;
-    if (!AllFinite({x, y, width, height, startDegrees, sweepDegrees}))
-        return ERROR_INV_PARAMETER;
-    return PaintBuilt(nativePen, nativeBrush, 1,
+    return PaintShape(pen, brush, {x, y, width, height, startDegrees, sweepDegrees}, 1,
                       [&](PathGeometry& p) { p.AddPie(x, y, width, height, startDegrees, sweepDegrees); });
 }
 

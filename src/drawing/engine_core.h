@@ -10,6 +10,8 @@
 // polygon set through Clipper.
 #pragma once
 
+#include <initializer_list>
+
 #include <memory>
 #include <vector>
 
@@ -197,6 +199,11 @@ private:
     template <class Build>
     int32_t PaintBuilt(NativePen* pen, NativeBrush* brush, int32_t fillMode, Build&& build);
     int32_t ResolvePaint(kvdrw::Pen* pen, kvdrw::Brush* brush, NativePen*& nativePen, NativeBrush*& nativeBrush);
+    // The common road of the shape calls: the pen and brush must be this
+    // engine's, every number finite, then the built path is painted.
+    template <class Build>
+    int32_t PaintShape(kvdrw::Pen* pen, kvdrw::Brush* brush, std::initializer_list<double> numbers, int32_t fillMode,
+                       Build&& build);
     int32_t CombineClip(const PathGeometry& userPath, int32_t combineMode, const KvRectangle* exactRectangle);
     int32_t DrawText(const char16_t* text, int32_t length, kvdrw::Font* font, kvdrw::Brush* brush, double x, double y,
                      double boxWidth, double boxHeight, kvdrw::StringFormat* format);
