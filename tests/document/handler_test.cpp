@@ -62,7 +62,7 @@ TEST(ElementTable, LooksUpNamesExactlyWithTheSvgPrefixDropped)
     EXPECT_TRUE(SvgElementNameWide(1).empty());
     EXPECT_TRUE(SvgElementNameWide(47).empty());
     EXPECT_EQ(LookupElementType(std::string(70, 'g')), 0u);
-    EXPECT_EQ(LookupElementType("r\xC3\xA9ct"), 0u);
+    EXPECT_EQ(LookupElementType("r\xC3\xA9" "ct"), 0u);
 }
 
 TEST(Handlers, WrapGivesTypeByNameAndRefusesUnnamedNodes)
