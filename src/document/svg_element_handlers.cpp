@@ -11,6 +11,7 @@
 #include "base/tracked_memory.h"
 #include "base/utf.h"
 #include "document/svg_document_handler.h"
+#include "document/svg_element_view.h"
 #include "values/file_option_attributes.h"
 #include "values/keyword_table.h"
 #include "values/svg_attribute_reader.h"
@@ -897,6 +898,8 @@ const SvgCoreAttributes* CoreOf(const ElementLayout& layout, const void* record)
 
 // ---- The engine -------------------------------------------------------------
 
+static_assert(kLargestRecordSize <= ScopedAnyRecord::kCapacity, "a record outgrew the view's storage");
+
 uint32_t ElementRecordSize(uint32_t type)
 {
     const ElementLayout* layout = LayoutOf(type);
@@ -940,6 +943,11 @@ int32_t FreeElementRecord(uint32_t type, void* record)
 
 int32_t ReadElementRecord(uint32_t type, SvgBaseElementHandler& handler, void* record, uint32_t flags)
 {
+    return ReadElementRecordAt(type, handler.node(), handler.getVersion(), record, flags);
+}
+
+int32_t ReadElementRecordAt(uint32_t type, pugi::xml_node node, uint32_t version, void* record, uint32_t flags)
+{
     const ElementLayout* layout = LayoutOf(type);
     if (!layout)
         return FAILURE;
@@ -947,7 +955,7 @@ int32_t ReadElementRecord(uint32_t type, SvgBaseElementHandler& handler, void* r
         return ERROR_INV_PARAMETER;
     if (RecordSizeField(record) != layout->size)
         return ERROR_RECORD_SIZE;
-    const SvgAttributeReader reader(handler.node(), handler.getVersion(), flags);
+    const SvgAttributeReader reader(node, version, flags);
     for (const RecordStep& step : layout->steps) {
         if (!(step.use & kUseRead))
             continue;

@@ -36,6 +36,8 @@
 // are used. Every operation first compares the record's size (the argument
 // for InitElementRecord) with the layout's and gives ERROR_RECORD_SIZE.
 int32_t ReadElementRecord(uint32_t layout, SvgBaseElementHandler& handler, void* record, uint32_t flags);
+// The same read for any node at a document version, with no handler.
+int32_t ReadElementRecordAt(uint32_t layout, pugi::xml_node node, uint32_t version, void* record, uint32_t flags);
 int32_t WriteElementRecord(uint32_t layout, SvgBaseElementHandler& handler, const void* record);
 int32_t InitElementRecord(uint32_t layout, void* record, uint32_t size);
 int32_t FreeElementRecord(uint32_t layout, void* record);

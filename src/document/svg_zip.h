@@ -9,10 +9,11 @@
 
 #include <zlib.h>
 
-// Decompressed output beyond this is refused with ERROR_FILE_OPEN, the status
-// already given to compressed input over 2 GB: a few kilobytes of gzip can
-// claim gigabytes of text, and no real drawing needs more than this.
-constexpr size_t kMaxDecompressedBytes = size_t(1) << 30;
+#include "base/safety_limits.h"
+
+// Decompressed output beyond the limit is refused with ERROR_FILE_OPEN, the
+// status already given to compressed input over 2 GB.
+constexpr size_t kMaxDecompressedBytes = kvlimits::kMaxDecompressedBytes;
 
 // Decompresses a gzip block into a new tracked block for the caller (freed
 // with K_SvgFreeMemory); *outBlock and *outSize are cleared first. The block

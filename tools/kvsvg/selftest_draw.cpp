@@ -1,4 +1,8 @@
-#include "selftest_draw.h"
+// `kvsvg selftest-draw OUT.png`: draws a fixed scene through the bitmap
+// engine of the public interface and saves it as PNG, for a person to look
+// at: shapes, dashes, caps and joins, gradients, hatches, clips, text in
+// both directions and upright, glyph outlines, path algebra and images.
+#include "commands.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,0 +1,23 @@
+// Every limit that guards the library against hostile input, in one place,
+// each with the reason for its number, so the whole safety envelope reads at
+// a glance. A limit reached ends the call with the status named beside it
+// and leaves the caller's document as it was.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kvsvg/kvbase.h"
+
+namespace kvlimits {
+
+// Compressed input: a few kilobytes of gzip can claim gigabytes of text, and
+// no real drawing needs more than 1 GiB. ERROR_FILE_OPEN.
+constexpr size_t kMaxDecompressedBytes = size_t(1) << 30;
+
+// Bitmaps and decoded images: 256 Mpixels (1 GiB at 32 bits) is far beyond
+// any page or photograph a caller renders, and well inside the address
+// space. ERROR_NO_MEMORY.
+constexpr uint64_t kMaxBitmapPixels = KV_BITMAP_MAX_PIXELS;
+
+}  // namespace kvlimits
