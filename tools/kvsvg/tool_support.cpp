@@ -123,3 +123,10 @@ int UsageError(const char* usage)
     std::fprintf(stderr, "usage: kvsvg %s\n", usage);
     return 2;
 }
+
+SvgLoadOptions ToolLoadOptions(bool strict)
+{
+    SvgLoadOptions options{kSvgLoadOptionsSize, 0, 0};
+    (void)strict;  // the library reads its own syntax only, for now
+    return options;
+}

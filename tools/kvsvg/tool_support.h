@@ -16,6 +16,11 @@ bool EndsWith(std::string_view text, std::string_view suffix);
 // The attribute's text, or "(none)".
 std::string Attribute(SvgHandle node, const char16_t* name);
 
+// Load options of the commands that draw, measure or flatten: the
+// standard-syntax rewrite unless --strict asked for the library's own
+// value syntax.
+SvgLoadOptions ToolLoadOptions(bool strict);
+
 // Prints "kvsvg: WHAT failed: STATUS_NAME (code)" and gives exit code 1.
 int Fail(const char* what, int32_t status);
 // Prints "usage: kvsvg USAGE" and gives exit code 2.
