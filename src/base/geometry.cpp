@@ -267,3 +267,14 @@ bool DecodeViewPerspective(uint32_t viewPerspective, int32_t& rotationDegrees, b
     flip = kTable[viewPerspective].flip;
     return true;
 }
+
+// ---- Arcs ------------------------------------------------------------------------
+
+void UnitArcPiece(double t1, double t2, double handle, KvPoint out[3])
+{
+    const double cos1 = std::cos(t1), sin1 = std::sin(t1);
+    const double cos2 = std::cos(t2), sin2 = std::sin(t2);
+    out[0] = {cos1 - handle * sin1, sin1 + handle * cos1};
+    out[1] = {cos2 + handle * sin2, sin2 - handle * cos2};
+    out[2] = {cos2, sin2};
+}

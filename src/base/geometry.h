@@ -91,3 +91,12 @@ void MatrixGetScale(const KvMatrix& matrix, double& scaleX, double& scaleY);
 // clockwise by `rotationDegrees` (0, 90, 180 or 270).
 // False, and the outputs untouched, for any other value.
 bool DecodeViewPerspective(uint32_t viewPerspective, int32_t& rotationDegrees, bool& flip);
+
+// ---- Arcs ------------------------------------------------------------------------
+
+// One piece of the unit circle from angle t1 to t2 (radians) as a cubic
+// curve whose controls lie along the tangents at `handle` times the radius:
+// out[0] and out[1] the controls, out[2] the end. Callers scale, turn and
+// place it; the handle length is theirs to choose, which is why the drawing
+// engine and the SVG path code can share the piece and still differ there.
+void UnitArcPiece(double t1, double t2, double handle, KvPoint out[3]);

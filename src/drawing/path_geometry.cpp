@@ -5,6 +5,7 @@
 #include <limits>
 #include <numbers>
 
+#include "base/geometry.h"
 #include "kvsvg/kvsvg.h"
 
 namespace kvdrw::native {
@@ -213,17 +214,13 @@ void PathGeometry::AddArc(double x, double y, double width, double height, doubl
     const double step = span / pieces * kDegrees;
     const double alpha = 4.0 / 3.0 * std::tan(step / 4.0);
     double t = t0 * kDegrees;
-    KvPoint previous = pointAt(t);
-    EnsureFigureAt(previous);
+    EnsureFigureAt(pointAt(t));
     for (int i = 0; i < pieces; ++i) {
-        double next = t + step;
-        KvPoint end = pointAt(next);
-        KvPoint c1 = {previous.x - alpha * rx * std::sin(t), previous.y + alpha * ry * std::cos(t)};
-        KvPoint c2 = {end.x + alpha * rx * std::sin(next), end.y - alpha * ry * std::cos(next)};
-        Push(c1, 4);
-        Push(c2, 4);
-        Push(end, 4);
-        previous = end;
+        const double next = t + step;
+        KvPoint unit[3];
+        UnitArcPiece(t, next, alpha, unit);
+        for (const KvPoint& point : unit)
+            Push({cx + rx * point.x, cy + ry * point.y}, 4);
         t = next;
     }
 }
