@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include <pugixml.hpp>
@@ -95,6 +96,11 @@ private:
 int32_t CreateSvgHandler(uint32_t type, SvgBaseHandler** handler);
 // Untracks and destroys any handler; null is ignored.
 void DestroySvgHandler(SvgBaseHandler* handler);
+// The one owner of a handler: whatever frees handlers holds them in this.
+struct SvgHandlerDeleter {
+    void operator()(SvgBaseHandler* handler) const { DestroySvgHandler(handler); }
+};
+using SvgHandlerPtr = std::unique_ptr<SvgBaseHandler, SvgHandlerDeleter>;
 // A new handler bound to an existing node: the document node (or null) gives
 // type 1; an unnamed node is refused with ERROR_INV_PARAMETER.
 int32_t WrapXmlNode(SvgBaseHandler** handler, pugi::xml_node node);

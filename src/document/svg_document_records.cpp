@@ -12,10 +12,7 @@
 
 namespace {
 
-struct HandlerDeleter {
-    void operator()(SvgBaseHandler* handler) const { DestroySvgHandler(handler); }
-};
-using OwnedHandler = std::unique_ptr<SvgBaseHandler, HandlerDeleter>;
+using OwnedHandler = SvgHandlerPtr;
 
 // A handler for an element of this document, owned by the caller.
 int32_t WrapElement(SvgDocumentHandler& document, pugi::xml_node node, OwnedHandler& handler)

@@ -1014,19 +1014,19 @@ namespace {
 // A handler that lives for one call, made by the factory like any other.
 class TemporaryHandler {
 public:
-    ~TemporaryHandler() { DestroySvgHandler(handler_); }
-    int32_t Create(uint32_t type) { return CreateSvgHandler(type, &handler_); }
-    SvgBaseHandler* operator->() const { return handler_; }
-    SvgBaseHandler* get() const { return handler_; }
-    SvgBaseHandler* release()
+    int32_t Create(uint32_t type)
     {
-        SvgBaseHandler* handler = handler_;
-        handler_ = nullptr;
-        return handler;
+        SvgBaseHandler* made = nullptr;
+        const int32_t status = CreateSvgHandler(type, &made);
+        handler_.reset(made);
+        return status;
     }
+    SvgBaseHandler* operator->() const { return handler_.get(); }
+    SvgBaseHandler* get() const { return handler_.get(); }
+    SvgBaseHandler* release() { return handler_.release(); }
 
 private:
-    SvgBaseHandler* handler_ = nullptr;
+    SvgHandlerPtr handler_;
 };
 
 }  // namespace

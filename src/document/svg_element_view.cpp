@@ -130,21 +130,22 @@ int32_t SvgElementView::Insert(uint32_t type, const void* record, uint32_t posit
     // The change notice lives on the handlers, so the parent side gets one
     // for the time of the call; the document node is the document itself.
     SvgBaseHandler* parent = document_;
-    SvgBaseHandler* wrapped = nullptr;
+    SvgHandlerPtr wrapped;
     if (node_ && node_.type() != pugi::node_document) {
-        if (int32_t status = WrapXmlNode(&wrapped, node_); status != SUCCESS)
+        SvgBaseHandler* made = nullptr;
+        if (int32_t status = WrapXmlNode(&made, node_); status != SUCCESS)
             return status;
-        AttachOwner(document_, wrapped);
-        parent = wrapped;
+        wrapped.reset(made);
+        AttachOwner(document_, wrapped.get());
+        parent = wrapped.get();
     }
-    SvgBaseHandler* element = nullptr;
-    const int32_t status = InsertElementWithRecord(parent, record, type, position, &element);
-    DestroySvgHandler(wrapped);
+    SvgBaseHandler* made = nullptr;
+    const int32_t status = InsertElementWithRecord(parent, record, type, position, &made);
     if (status != SUCCESS)
         return status;
+    const SvgHandlerPtr element(made);
     if (inserted)
         *inserted = SvgElementView(*document_, element->node());
-    DestroySvgHandler(element);
     return SUCCESS;
 }
 

@@ -13,24 +13,20 @@ namespace {
 // A wrapped node, given back to the library unless handed out.
 class WrappedNode {
 public:
-    ~WrappedNode() { DestroySvgHandler(handler_); }
     int32_t Wrap(SvgBaseHandler* source, pugi::xml_node node)
     {
-        int32_t status = WrapXmlNode(&handler_, node);
+        SvgBaseHandler* made = nullptr;
+        int32_t status = WrapXmlNode(&made, node);
+        handler_.reset(made);
         if (status == SUCCESS)
-            AttachOwner(source, handler_);
+            AttachOwner(source, handler_.get());
         return status;
     }
-    SvgBaseHandler* get() const { return handler_; }
-    SvgHandle release()
-    {
-        SvgHandle handle = ToHandle(handler_);
-        handler_ = nullptr;
-        return handle;
-    }
+    SvgBaseHandler* get() const { return handler_.get(); }
+    SvgHandle release() { return ToHandle(handler_.release()); }
 
 private:
-    SvgBaseHandler* handler_ = nullptr;
+    SvgHandlerPtr handler_;
 };
 
 pugi::xml_node Relative(pugi::xml_node node, SvgRelative relative)
