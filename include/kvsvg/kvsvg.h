@@ -258,5 +258,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_datauri.h"
 /* Element records and their exports. */
 #include "kvsvg/kvsvg_elements.h"
+/* Flattening. */
+#include "kvsvg/kvsvg_flatten.h"
 
 #endif /* KVSVG_KVSVG_H */

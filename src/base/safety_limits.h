@@ -20,4 +20,10 @@ constexpr size_t kMaxDecompressedBytes = size_t(1) << 30;
 // space. ERROR_NO_MEMORY.
 constexpr uint64_t kMaxBitmapPixels = KV_BITMAP_MAX_PIXELS;
 
+// Flattening walks the tree on a heap stack of one context per open level,
+// not on the machine stack, so depth costs memory (about 1.2 KB a level)
+// rather than a crash. 200,000 levels is four times the deepest nesting the
+// loader has been shown to accept and stays near 250 MB. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxFlattenDepth = 200000;
+
 }  // namespace kvlimits

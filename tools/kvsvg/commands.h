@@ -8,3 +8,4 @@ int RunConvert(int argc, char** argv);
 int RunSelect(int argc, char** argv);
 int RunIds(int argc, char** argv);
 int RunSelftestDraw(int argc, char** argv);
+int RunFlatten(int argc, char** argv);

@@ -22,6 +22,9 @@ const Command kCommands[] = {
      "      --indent STR  indentation (default one tab)  --raw  one line  --utf16  UTF-16 text"},
     {"select", RunSelect, "FILE XPATH         each matching element with its attributes"},
     {"ids", RunIds, "IN OUT                gives every element without an id one (ID1, ID2, ...)"},
+    {"flatten", RunFlatten,
+     "IN OUT [options]  the flat form: transforms baked, style cascaded\n"
+     "      --text-only  keep text only  --width W --height H  target size in pixels  --strict  own value syntax"},
     {"selftest-draw", RunSelftestDraw, "OUT.png     draws a fixed test scene through the bitmap engine"},
 };
 

@@ -1,0 +1,122 @@
+// The object of one flattening run: takes a source document and writes its
+// flat form into a target document (see README.md for what the flat form
+// promises). It owns the walk, dispatches each element by type to its
+// handler, and routes every finished record to its destination.
+//
+// The walk keeps one frame per open container on a heap stack instead of
+// recursing, so nesting depth costs memory, not machine stack, and ends
+// with ERROR_MAX_ELEMENTS at kvlimits::kMaxFlattenDepth. A container
+// handler derives its children's context and hands it to FlattenChildren;
+// the children run after the handler has returned and before the
+// container's next sibling, so output keeps document order.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "flatten/svg_context.h"
+#include "kvsvg/kvsvg.h"
+
+class SvgDocumentHandler;
+class CSvgFlattener;
+
+// Handles one element: context.sourceNode is the element, context the
+// working context of its parent's walk, which the handler must leave as it
+// found it. SUCCESS goes on with the walk; any other status ends the run.
+using FlattenVisitor = int32_t (*)(CSvgFlattener& flattener, CSvgContext& context);
+// Runs when a container's children are done (or the run is abandoned),
+// with the context they were flattened in.
+using FlattenExit = void (*)(CSvgFlattener& flattener, CSvgContext& context);
+
+// The box of a shape in the coordinates it takes in the flat document,
+// stroke not included; paint servers with objectBoundingBox units are
+// placed from it.
+using CSvgBoundingBox = SvgExtent;
+
+class CSvgFlattener {
+public:
+    // options may be null: all zero.
+    explicit CSvgFlattener(const K_SvgFlatOptions* options);
+    virtual ~CSvgFlattener();
+    CSvgFlattener(const CSvgFlattener&) = delete;
+    CSvgFlattener& operator=(const CSvgFlattener&) = delete;
+
+    // Flattens `source` into the empty document `target`: both passes, the
+    // resolution carried over, the flat mark. No svg root: SUCCESS and
+    // target left empty and unmarked. On failure target holds partial output
+    // that the caller discards.
+    int32_t Run(SvgDocumentHandler& source, SvgDocumentHandler& target);
+
+    // The dispatcher: the handler of context.sourceNode's type, or SUCCESS
+    // for a type without one.
+    int32_t FlattenElement(CSvgContext& context);
+    // Visits each element child of context.sourceNode with `visitor`, in a
+    // working context moved from `context` whose parentNode is that node.
+    // The visits happen after the calling handler returns; `onExit` (may be
+    // null) runs once they are over. ERROR_MAX_ELEMENTS past the depth
+    // limit, ERROR_NO_MEMORY if the frame cannot be kept.
+    int32_t FlattenChildren(std::unique_ptr<CSvgContext> context, FlattenVisitor visitor,
+                            FlattenExit onExit = nullptr);
+    // Runs visitor on context and then every walk it started, to the end:
+    // the second pass, and the nested walks of clip, pattern and mask
+    // content, which must be complete before their caller goes on.
+    int32_t RunWalk(CSvgContext& context, FlattenVisitor visitor);
+
+    // Sends a finished record to its destination: the clip being collected,
+    // the instance list, or the output after the last child of
+    // outputParent. *inserted (optional) gets the new element.
+    int32_t InsertFlatElement(CSvgContext& context, void* record, uint32_t type, const CSvgBoundingBox& box,
+                              SvgElementView* inserted = nullptr);
+
+    // Every element the walk meets is registered by id, so that references
+    // find walked elements without a search.
+    void RegisterElementId(SvgElementView element);
+    // The element with this id in the source; a null view when none.
+    SvgElementView FindElementById(const CSvgContext& context, const KvChar* id);
+
+    const K_SvgFlatOptions& options() const { return options_; }
+    bool textOnly() const { return (options_.uFlags & SVG_FLAT_TEXT_ONLY) != 0; }
+    // The shared counter of generated ids; never reset within a run.
+    uint32_t NextId() { return idCounter_++; }
+
+    // A fresh context on the heap, for FlattenChildren; null when memory ran out.
+    static std::unique_ptr<CSvgContext> NewContext();
+
+private:
+    struct WalkFrame {
+        std::unique_ptr<CSvgContext> context;
+        SvgElementView next;
+        FlattenVisitor visitor = nullptr;
+        FlattenExit onExit = nullptr;
+    };
+
+    int32_t Walk(size_t baseDepth);
+    void PopFramesTo(size_t depth);
+
+    K_SvgFlatOptions options_{};
+    uint32_t idCounter_ = 0;
+    std::vector<WalkFrame> frames_;
+    std::unordered_map<std::string, pugi::xml_node> nodeHash_;
+    SvgDocumentHandler* source_ = nullptr;
+    SvgDocumentHandler* target_ = nullptr;
+};
+
+// The handler table by element type. Structure, paint server and text
+// handlers live in their own files and take their places here.
+int32_t FlattenSvg(CSvgFlattener& flattener, CSvgContext& context);
+// svg with the width and height a use gives it (each may be null or unset).
+int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, const SvgLength* widthOverride,
+                                const SvgLength* heightOverride);
+int32_t FlattenGroup(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenDefs(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenAnchor(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenLine(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenRect(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenCircle(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenEllipse(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenPoly(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenPath(CSvgFlattener& flattener, CSvgContext& context);
