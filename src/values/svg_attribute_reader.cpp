@@ -21,7 +21,7 @@ int32_t Forgiven(int32_t status)
 int32_t SvgAttributeReader::GetText(const char* name, std::u16string* text, bool* present) const
 {
     *present = false;
-    pugi::xml_attribute attribute = node_.attribute(name);
+    pugi::xml_attribute attribute = Find(name);
     if (!attribute)
         return SUCCESS;
     try {
@@ -253,7 +253,7 @@ int32_t SvgAttributeReader::ReadXlinkAttributes(SvgXlinkAttributes* xlink, KvCha
         return SUCCESS;
     };
     auto readWithFallback = [&](const char* name, const char* fallback, KvChar** field) -> int32_t {
-        if (node_.attribute(name))
+        if (Find(name))
             return ReadStringAttribute(name, field);
         return ReadStringAttribute(fallback, field);
     };

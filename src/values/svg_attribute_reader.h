@@ -23,6 +23,8 @@ public:
     SvgAttributeReader(pugi::xml_node node, uint32_t version, uint32_t flags = 0)
         : node_(node), version_(version), flags_(flags)
     {
+        for (pugi::xml_attribute attribute = node.first_attribute(); attribute; attribute = attribute.next_attribute())
+            initials_ |= InitialBit(attribute.name());
     }
 
     pugi::xml_node node() const { return node_; }
@@ -88,8 +90,20 @@ public:
 private:
     template <class Parse>
     int32_t ReadWith(const char* name, Parse parse) const;
+    // A record asks for some sixty names of which an element holds a few;
+    // a name whose first letter no attribute has is answered without a search.
+    static uint32_t InitialBit(const char* name)
+    {
+        const unsigned char c = static_cast<unsigned char>(name[0]);
+        return (c >= 'a' && c <= 'z') ? 1u << (c - 'a') : 1u << 31;
+    }
+    pugi::xml_attribute Find(const char* name) const
+    {
+        return (initials_ & InitialBit(name)) ? node_.attribute(name) : pugi::xml_attribute();
+    }
 
     pugi::xml_node node_;
     uint32_t version_;
     uint32_t flags_;
+    uint32_t initials_ = 0;
 };

@@ -1,5 +1,6 @@
 #include "values/svg_attribute_writer.h"
 
+#include <cstdlib>
 #include <new>
 #include <string>
 
@@ -36,18 +37,41 @@ int32_t SvgAttributeWriter::SetAttribute(const char* name, std::u16string_view v
     if (trim)
         value = TrimRuntimeSpace(value);
     pugi::xml_node node = node_;  // a handle: the tree changes, not the writer
-    pugi::xml_attribute attribute = node.attribute(name);
+    pugi::xml_attribute attribute;
+    if (fresh_) {
+#ifndef NDEBUG
+        if (node.attribute(name))
+            std::abort();  // a record's write set or removed this name twice
+#endif
+    } else {
+        attribute = node.attribute(name);
+    }
     // Writing "" removes the attribute, so no document ever holds an empty value.
     if (value.empty()) {
         if (!attribute)
             return SUCCESS;
         return node.remove_attribute(attribute) ? SUCCESS : FAILURE;
     }
-    std::string utf8;
-    try {
-        utf8 = ToUtf8(value);
-    } catch (const std::bad_alloc&) {
-        return ERROR_NO_MEMORY;
+    // Most values are short ASCII: they go through a stack buffer.
+    char shortText[128];
+    std::string longText;
+    const char* utf8 = shortText;
+    bool ascii = value.size() < sizeof shortText;
+    for (size_t i = 0; ascii && i < value.size(); ++i) {
+        if (value[i] >= 0x80 || value[i] == 0)
+            ascii = false;
+        else
+            shortText[i] = static_cast<char>(value[i]);
+    }
+    if (ascii) {
+        shortText[value.size()] = '\0';
+    } else {
+        try {
+            longText = ToUtf8(value);
+        } catch (const std::bad_alloc&) {
+            return ERROR_NO_MEMORY;
+        }
+        utf8 = longText.c_str();
     }
     bool added = false;
     if (!attribute) {
@@ -56,7 +80,7 @@ int32_t SvgAttributeWriter::SetAttribute(const char* name, std::u16string_view v
             return FAILURE;
         added = true;
     }
-    if (attribute.set_value(utf8.c_str()))
+    if (attribute.set_value(utf8))
         return SUCCESS;
     if (added)
         node.remove_attribute(attribute);  // a refused value must not leave an empty attribute

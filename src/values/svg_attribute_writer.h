@@ -26,6 +26,12 @@ public:
     pugi::xml_node node() const { return node_; }
     uint32_t version() const { return version_; }
 
+    // For a writer that starts on an element without attributes and writes
+    // each name at most once (a record's write does): every name is known
+    // to be absent, so setting appends and removing does nothing, without a
+    // search of the element's attributes. Debug builds check the promise.
+    void AssumeNoPriorAttributes() { fresh_ = true; }
+
     // Sets, replaces or (for a null or empty value) removes the attribute; an
     // attribute that stands keeps its place. trim removes leading and
     // trailing runtime white space first. SUCCESS, or FAILURE when the tree
@@ -93,4 +99,5 @@ private:
 
     pugi::xml_node node_;
     uint32_t version_;
+    bool fresh_ = false;
 };
