@@ -164,3 +164,23 @@ TEST(FlatDocument, EveryFailedAllocationGivesNoMemoryAndLeavesTheSourceAsItWas)
     }
     EXPECT_TRUE(succeeded);
 }
+
+TEST(FlatDocument, NestedViewportsMapTheirViewBoxAsPreserveAspectRatioAsks)
+{
+    const struct {
+        const char* ratio;
+        const char* rect;
+    } cases[] = {
+        {"xMaxYMid", R"~(<rect x="50" y="0" width="50" height="50" rx="0" ry="0" stroke-width="5"/>)~"},
+        {"xMinYMin slice", R"~(<rect x="0" y="0" width="100" height="100" rx="0" ry="0" stroke-width="10"/>)~"},
+        {"none", R"~(<rect x="0" y="0" width="100" height="50" rx="0" ry="0" stroke-width="10"/>)~"},
+        {"", R"~(<rect x="25" y="0" width="50" height="50" rx="0" ry="0" stroke-width="5"/>)~"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.ratio);
+        const std::string svg = std::string("<svg width=\"200\" height=\"200\"><svg width=\"100\" height=\"50\" "
+                                            "viewBox=\"0 0 10 10\" preserveAspectRatio=\"") +
+                                c.ratio + "\"><rect width=\"10\" height=\"10\"/></svg></svg>";
+        EXPECT_EQ(FlatContent(svg), c.rect);
+    }
+}
