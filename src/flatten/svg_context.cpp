@@ -285,7 +285,9 @@ int32_t CSvgContext::Derive(const CSvgContext& parent, const SvgTransformList* t
     matrix = parent.matrix;
     if (transform && transform->count != 0)
         matrix = MultiplySvgMatrix(parent.matrix, SvgMatrixFromList(transform));
-    if (int32_t status = style.CopyFrom(parent.style); status != SUCCESS)
+    // The style is fresh from the constructor: the parent's merges straight
+    // into it, sparing the reset a copy would make.
+    if (int32_t status = MergeStyle(style, parent.style, true); status != SUCCESS)
         return status;
     if (overrideStyle) {
         if (int32_t status = MergeStyle(style, *overrideStyle, true); status != SUCCESS)
