@@ -12,24 +12,18 @@ namespace {
 // Frees a document made by an export unless the export hands it out.
 class NewDocument {
 public:
-    ~NewDocument() { DestroySvgHandler(document_); }
     int32_t Create()
     {
         SvgBaseHandler* made = nullptr;
         int32_t status = CreateSvgHandler(SVG_ELEMENT_DOCUMENT, &made);
-        document_ = static_cast<SvgDocumentHandler*>(made);
+        document_.reset(made);
         return status;
     }
-    SvgDocumentHandler* operator->() const { return document_; }
-    SvgHandle release()
-    {
-        SvgHandle handle = ToHandle(document_);
-        document_ = nullptr;
-        return handle;
-    }
+    SvgDocumentHandler* operator->() const { return static_cast<SvgDocumentHandler*>(document_.get()); }
+    SvgHandle release() { return ToHandle(document_.release()); }
 
 private:
-    SvgDocumentHandler* document_ = nullptr;
+    SvgHandlerPtr document_;
 };
 
 // Converts a boundary path; false when memory runs out.

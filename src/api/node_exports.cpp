@@ -119,16 +119,13 @@ int32_t K_SvgInsertUserElement(SvgHandle parent, const KvChar* name, uint32_t po
     SvgBaseHandler* made = nullptr;
     if (int32_t status = CreateSvgHandler(type, &made); status != SUCCESS)
         return status;
+    SvgHandlerPtr element(made);
     SvgBaseHandler* at = AsHandler(parent);
-    if (int32_t status = at->insertNamed(name, position, made); status != SUCCESS) {
-        DestroySvgHandler(made);
+    if (int32_t status = at->insertNamed(name, position, element.get()); status != SUCCESS)
         return status;
-    }
-    AttachOwner(at, made);
+    AttachOwner(at, element.get());
     if (node)
-        *node = ToHandle(made);
-    else
-        DestroySvgHandler(made);
+        *node = ToHandle(element.release());
     return SUCCESS;
 }
 
