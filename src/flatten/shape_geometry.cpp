@@ -32,22 +32,6 @@ KvPoint Reflect(KvPoint current, KvPoint control)
     return {2 * current.x - control.x, 2 * current.y - control.y};
 }
 
-int32_t CopyText(KvChar** field, const KvChar* text)
-{
-    FreeTrackedField(reinterpret_cast<void**>(field));
-    if (!text)
-        return SUCCESS;
-    size_t length = 0;
-    while (text[length])
-        ++length;
-    auto* copy = static_cast<KvChar*>(KV_ALLOC(length + 1, sizeof(KvChar)));
-    if (!copy)
-        return ERROR_NO_MEMORY;
-    std::memcpy(copy, text, (length + 1) * sizeof(KvChar));
-    *field = copy;
-    return SUCCESS;
-}
-
 }  // namespace
 
 // ---- Builder ----------------------------------------------------------------------------
@@ -339,7 +323,7 @@ int32_t RectFromPath(const SvgPathElement& path, SvgRectElement& rect)
     rect.core = path.core;
     rect.core.id = nullptr;
     rect.core.xmlBase = nullptr;
-    if (int32_t status = CopyText(&rect.core.id, path.core.id); status != SUCCESS)
+    if (int32_t status = CopyTrackedText(&rect.core.id, path.core.id); status != SUCCESS)
         return status;
-    return CopyText(&rect.core.xmlBase, path.core.xmlBase);
+    return CopyTrackedText(&rect.core.xmlBase, path.core.xmlBase);
 }

@@ -71,7 +71,7 @@ bool InInstance(const CSvgContext& context)
 // with the matrix going into the record's transform instead.
 class Baker {
 public:
-    Baker(const CSvgContext& context) : matrix_(context.matrix), bake_(!InInstance(context)) {}
+    explicit Baker(const CSvgContext& context) : matrix_(context.matrix), bake_(!InInstance(context)) {}
     KvPoint operator()(double x, double y) const { return bake_ ? matrix_.Apply(x, y) : KvPoint{x, y}; }
     KvPoint operator()(KvPoint p) const { return (*this)(p.x, p.y); }
 

@@ -5,7 +5,6 @@
 #include <cmath>
 
 #include "base/numeric.h"
-#include "base/tracked_memory.h"
 #include "flatten/paint_and_clip.h"
 #include "flatten/svg_flattener.h"
 #include "values/value_kinds.h"
@@ -33,20 +32,6 @@ bool IsSet(double value) { return !IsUnsetDouble(value); }
 SvgLength PlainLength(double value)
 {
     return SvgLength{kSvgLengthSize, value, SVG_UNIT_NONE, 0};
-}
-
-int32_t CopyText(KvChar** field, const KvChar* text)
-{
-    size_t length = 0;
-    while (text[length])
-        ++length;
-    auto* copy = static_cast<KvChar*>(KV_ALLOC(length + 1, sizeof(KvChar)));
-    if (!copy)
-        return ERROR_NO_MEMORY;
-    std::copy(text, text + length + 1, copy);
-    FreeTrackedField(reinterpret_cast<void**>(field));
-    *field = copy;
-    return SUCCESS;
 }
 
 // A root width or height that is unset or a percentage, settled in pixels:
@@ -197,7 +182,7 @@ int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, 
     const bool isRoot = !context.parentNode;
     ResolveContextLengths(*own, svg.style);
     if (isRoot && !svg.xlink.xmlnsXlink) {
-        if (int32_t status = CopyText(&svg.xlink.xmlnsXlink, kXlinkNamespace); status != SUCCESS)
+        if (int32_t status = CopyTrackedText(&svg.xlink.xmlnsXlink, kXlinkNamespace); status != SUCCESS)
             return status;
     }
     if (context.mode != FlattenMode::InstanceContent) {

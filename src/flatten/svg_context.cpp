@@ -9,14 +9,6 @@
 
 namespace {
 
-size_t TextLength(const KvChar* text)
-{
-    size_t length = 0;
-    while (text[length])
-        ++length;
-    return length;
-}
-
 // Replaces *field by a tracked copy of `source` (null copies as null).
 template <class T>
 bool CopyArray(T** field, const T* source, size_t count)
@@ -34,7 +26,7 @@ bool CopyArray(T** field, const T* source, size_t count)
 
 bool CopyText(KvChar** field, const KvChar* source)
 {
-    return CopyArray(field, source, source ? TextLength(source) + 1 : 0);
+    return CopyTrackedText(field, source) == SUCCESS;
 }
 
 // Each kind of field: whether it carries a value, and how it is copied over

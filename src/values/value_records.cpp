@@ -28,6 +28,22 @@ void FreeTrackedField(void** field)
     FreeField(field);
 }
 
+int32_t CopyTrackedText(KvChar** field, const KvChar* text)
+{
+    FreeField(field);
+    if (!text)
+        return SUCCESS;
+    size_t length = 0;
+    while (text[length])
+        ++length;
+    auto* copy = static_cast<KvChar*>(KV_ALLOC(length + 1, sizeof(KvChar)));
+    if (!copy)
+        return ERROR_NO_MEMORY;
+    std::memcpy(copy, text, (length + 1) * sizeof(KvChar));
+    *field = copy;
+    return SUCCESS;
+}
+
 void InitLength(SvgLength* length)
 {
     Clear(length);

@@ -47,3 +47,6 @@ void FreeStyleProp(K_SvgStyleProp* style);
 void FreeTextPositionAttributes(SvgTextPositionAttributes* position);
 // Frees a tracked array or string field and nulls it.
 void FreeTrackedField(void** field);
+// Replaces a string field by a tracked copy of `text` (null copies as null).
+// ERROR_NO_MEMORY leaves the field null.
+int32_t CopyTrackedText(KvChar** field, const KvChar* text);
