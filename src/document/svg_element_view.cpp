@@ -21,9 +21,10 @@ bool IsElement(pugi::xml_node node)
 
 ScopedAnyRecord::ScopedAnyRecord(uint32_t type) : type_(type)
 {
-    // Zero first, so that a type without a record leaves nothing to free.
-    std::memset(storage_, 0, sizeof storage_);
+    // Zero first, so that a type without a record leaves nothing to free;
+    // a record's own bytes are all that a type with one ever uses.
     const uint32_t size = ElementRecordSize(type);
+    std::memset(storage_, 0, size != 0 && size <= sizeof storage_ ? size : sizeof storage_);
     status_ = size == 0 ? FAILURE : InitElementRecord(type, storage_, size);
 }
 

@@ -212,7 +212,9 @@ void InitPaintAttributes(SvgPaintAttributes* paint)
     paint->visibility.size = kSvgVisibilityAttributesSize;
 }
 
-void InitStyleProp(K_SvgStyleProp* style)
+namespace {
+
+void BuildStyleProp(K_SvgStyleProp* style)
 {
     Clear(style);
     style->size = kSvgStylePropSize;
@@ -232,6 +234,20 @@ void InitStyleProp(K_SvgStyleProp* style)
     InitKeywordLength(&style->clipRect.right);
     InitKeywordLength(&style->clipRect.bottom);
     InitKeywordLength(&style->clipRect.left);
+}
+
+}  // namespace
+
+// Every record and every level of a flattening sets up a style, so the set-up
+// is made once and copied: the record holds nothing that a copy could share.
+void InitStyleProp(K_SvgStyleProp* style)
+{
+    static const K_SvgStyleProp prototype = [] {
+        K_SvgStyleProp made;
+        BuildStyleProp(&made);
+        return made;
+    }();
+    std::memcpy(style, &prototype, sizeof prototype);
 }
 
 void InitTextPositionAttributes(SvgTextPositionAttributes* position)
