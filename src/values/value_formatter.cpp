@@ -1,5 +1,6 @@
 #include "values/value_formatter.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -307,31 +308,82 @@ int32_t SegmentToText(const SvgPathSegment& segment, FixedWideText& out)
 
 // ---- Scalars ---------------------------------------------------------------
 
+namespace {
+
+// "%g" with six significant digits for the values it writes without an
+// exponent (1e-4 up to a million), done with integer arithmetic: paths and
+// point lists are mostly such numbers and the general conversion is slow.
+// Gives false, leaving the rest to the exact conversion, for anything else
+// and for a value within a hair of a rounding tie.
+bool FormatFixedSixDigits(double value, KvChar* buffer)
+{
+    static constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+    static constexpr uint64_t kIntegerPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000,
+                                                  1000000000};
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= 1e-4 && magnitude < 999999.5))
+        return false;
+    // The decimal exponent, from the logarithm and then checked exactly.
+    int exponent = static_cast<int>(std::floor(std::log10(magnitude)));
+    exponent = std::clamp(exponent, -4, 5);
+    auto power = [&](int e) { return e >= 0 ? kPowers[e] : 1.0 / kPowers[-e]; };
+    while (exponent > -4 && magnitude < power(exponent))
+        --exponent;
+    while (exponent < 5 && magnitude >= power(exponent + 1))
+        ++exponent;
+    const int decimals = 5 - exponent;  // 0 to 9
+    const double scaled = magnitude * kPowers[decimals];
+    const double whole = std::floor(scaled);
+    const double fraction = scaled - whole;
+    if (std::fabs(fraction - 0.5) < 1e-6)
+        return false;
+    const uint64_t digits = static_cast<uint64_t>(whole) + (fraction > 0.5 ? 1 : 0);
+    if (digits >= 1000000)
+        return false;  // rounds into the next decade: the exponent may change the form
+    uint64_t integerPart = digits / kIntegerPowers[decimals];
+    uint64_t fractionPart = digits % kIntegerPowers[decimals];
+    int fractionDigits = decimals;
+    while (fractionDigits > 0 && fractionPart % 10 == 0) {
+        fractionPart /= 10;
+        --fractionDigits;
+    }
+    char text[32];
+    size_t length = 0;
+    if (value < 0)
+        text[length++] = '-';
+    char reversed[24];
+    size_t count = 0;
+    do {
+        reversed[count++] = static_cast<char>('0' + integerPart % 10);
+        integerPart /= 10;
+    } while (integerPart != 0);
+    while (count > 0)
+        text[length++] = reversed[--count];
+    if (fractionDigits > 0) {
+        text[length++] = '.';
+        for (int i = fractionDigits - 1; i >= 0; --i)
+            text[length + static_cast<size_t>(i)] = static_cast<char>('0' + fractionPart % 10), fractionPart /= 10;
+        length += static_cast<size_t>(fractionDigits);
+    }
+    for (size_t i = 0; i < length; ++i)
+        buffer[i] = static_cast<unsigned char>(text[i]);
+    buffer[length] = 0;
+    return true;
+}
+
+}  // namespace
+
 void NumberToString(double value, KvChar* buffer)
 {
     if (!buffer)
         return;
-    // Whole numbers below a million print as their digits in the general
-    // format; writing them directly is several times faster and the same.
-    if (value > -1e6 && value < 1e6 && value == static_cast<double>(static_cast<int32_t>(value)) &&
-        !(value == 0 && std::signbit(value))) {
-        int32_t whole = static_cast<int32_t>(value);
-        char digits[12];
-        size_t count = 0;
-        const bool negative = whole < 0;
-        uint32_t magnitude = negative ? static_cast<uint32_t>(-whole) : static_cast<uint32_t>(whole);
-        do {
-            digits[count++] = static_cast<char>('0' + magnitude % 10);
-            magnitude /= 10;
-        } while (magnitude != 0);
-        size_t length = 0;
-        if (negative)
-            buffer[length++] = u'-';
-        while (count > 0)
-            buffer[length++] = static_cast<unsigned char>(digits[--count]);
-        buffer[length] = 0;
+    if (value == 0 && !std::signbit(value)) {
+        buffer[0] = u'0';
+        buffer[1] = 0;
         return;
     }
+    if (FormatFixedSixDigits(value, buffer))
+        return;
     char narrow[kNumberTextCapacity];
     auto [end, error] = std::to_chars(narrow, narrow + sizeof(narrow) - 1, value, std::chars_format::general, 6);
     size_t length = error == std::errc() ? static_cast<size_t>(end - narrow) : 0;
