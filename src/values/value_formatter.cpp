@@ -323,14 +323,11 @@ bool FormatFixedSixDigits(double value, KvChar* buffer)
     const double magnitude = std::fabs(value);
     if (!(magnitude >= 1e-4 && magnitude < 999999.5))
         return false;
-    // The decimal exponent, from the logarithm and then checked exactly.
-    int exponent = static_cast<int>(std::floor(std::log10(magnitude)));
-    exponent = std::clamp(exponent, -4, 5);
-    auto power = [&](int e) { return e >= 0 ? kPowers[e] : 1.0 / kPowers[-e]; };
-    while (exponent > -4 && magnitude < power(exponent))
+    // The decimal exponent, by comparison with the powers of ten in range.
+    static constexpr double kFloors[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5};
+    int exponent = 5;
+    while (exponent > -4 && magnitude < kFloors[exponent + 4])
         --exponent;
-    while (exponent < 5 && magnitude >= power(exponent + 1))
-        ++exponent;
     const int decimals = 5 - exponent;  // 0 to 9
     const double scaled = magnitude * kPowers[decimals];
     const double whole = std::floor(scaled);
