@@ -70,6 +70,9 @@ TEST(FlattenShapes, CirclesNeedARotationAndEllipsesAnUprightMatrix)
         {"ellipse under scale(2, 3) stays an ellipse",
          R"~(<svg><ellipse cx="10" cy="20" rx="5" ry="4" transform="scale(2,3)"/></svg>)~",
          R"~(<ellipse cx="20" cy="60" rx="10" ry="12" stroke-width="2"/>)~"},
+        {"ellipse under scale(2) doubles both radii",
+         R"~(<svg><ellipse cx="10" cy="20" rx="5" ry="4" transform="scale(2)"/></svg>)~",
+         R"~(<ellipse cx="20" cy="40" rx="10" ry="8" stroke-width="2"/>)~"},
         {"ellipse under rotate(90) is a path",
          R"~(<svg><ellipse cx="10" cy="20" rx="5" ry="4" transform="rotate(90)"/></svg>)~",
          R"~(<path d="M-20 5 C-17.7901 5 -16 7.23757 -16 10 C-16 12.7624 -17.7901 15 -20 15 C-22.2099 15 -24 12.7624 )~"
