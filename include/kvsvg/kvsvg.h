@@ -260,5 +260,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_elements.h"
 /* Flattening. */
 #include "kvsvg/kvsvg_flatten.h"
+/* Drawing and bounds. */
+#include "kvsvg/kvsvg_render.h"
 
 #endif /* KVSVG_KVSVG_H */

@@ -8,4 +8,7 @@ int RunConvert(int argc, char** argv);
 int RunSelect(int argc, char** argv);
 int RunIds(int argc, char** argv);
 int RunSelftestDraw(int argc, char** argv);
+int RunRender(int argc, char** argv);
+int RunRenderBatch(int argc, char** argv);
+int RunBounds(int argc, char** argv);
 int RunFlatten(int argc, char** argv);

@@ -16,6 +16,14 @@ struct Command {
 
 // One line per subcommand, in the order --help lists them.
 const Command kCommands[] = {
+    {"render", RunRender,
+     "IN OUT.png [options]  flattens unless flat, then draws to PNG at the drawing's size\n"
+     "      --width W --height H  pixel size (one keeps the aspect ratio)  --zoom Z  scale\n"
+     "      --background COLOR|none  (#rrggbb, #rgb, white, black; default none)  --dpi N\n"
+     "      --strict  the library's own value syntax instead of the standard-syntax rewrite"},
+    {"render-batch", RunRenderBatch,
+     "LIST [options]  renders each IN<TAB>OUT line of LIST, printing ok or fail per file"},
+    {"bounds", RunBounds, "FILE [XPATH]      the drawing's bounds, or each selected element's (flat form)"},
     {"info", RunInfo, "FILE                 root size, version, flat mark and element count"},
     {"convert", RunConvert,
      "IN OUT [options]  svg and svgz either way, by OUT's extension\n"
