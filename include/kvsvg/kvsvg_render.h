@@ -42,6 +42,8 @@ typedef struct SvgRenderOptions {
  *   1000 K_SvgDrawDocument       1001 K_SvgRasterizeDocument
  *   1100 K_SvgCalculateBounds    1101 K_SvgGetElementBounds
  *   1102 K_SvgRecalculateBounds
+ *   1003 K_SvgBeginRenderOptimizeDocument  1004 K_SvgEndRenderOptimizeDocument
+ *   1005 K_SvgIsRenderOptimizedDocument
  */
 
 /* Draws the document on an engine. ERROR_NOT_FLAT for a document that was
@@ -50,6 +52,18 @@ typedef struct SvgRenderOptions {
 KVSVG_API int32_t K_SvgDrawDocument(void* engine, SvgHandle document, const SvgRenderOptions* options);
 /* Draws on an allocated 24- or 32-bit bitmap of the caller's size. */
 KVSVG_API int32_t K_SvgRasterizeDocument(struct KvBitmap* bitmap, SvgHandle document, const SvgRenderOptions* options);
+
+/* Render optimisation, for repeated draws of one document (a viewer that
+ * repaints): Begin reads every element once, measures it and decodes its
+ * images, and later draws and bounds use what it kept. Begin nests and needs
+ * as many End calls; End without Begin is ERROR_INV_PARAMETER. Any change to
+ * the tree outside K_SvgBeginUpdateDocument/K_SvgEndUpdateDocument drops the
+ * state, and so does any removal. A clipPath without children hides what it
+ * clips in an optimised draw, while a plain draw ignores it. */
+KVSVG_API int32_t K_SvgBeginRenderOptimizeDocument(SvgHandle document);
+KVSVG_API int32_t K_SvgEndRenderOptimizeDocument(SvgHandle document);
+/* Not a status: non-zero when the document is flat and optimised; 0 for null or a node. */
+KVSVG_API int32_t K_SvgIsRenderOptimizedDocument(SvgHandle document);
 
 /* Measures the document and writes the result to its Bounds attribute (read
  * back with K_SvgGetBounds). trimmed 0: a root with width and height gives

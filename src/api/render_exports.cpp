@@ -70,3 +70,29 @@ int32_t K_SvgRecalculateBounds(SvgHandle document, const KvRectangle* rectangle,
         return ERROR_INV_PARAMETER;
     return RecalculateBounds(*source, *rectangle, resolution);
 }
+
+int32_t K_SvgBeginRenderOptimizeDocument(SvgHandle document)
+{
+    if (!document)
+        return ERROR_INV_PARAMETER;
+    SvgDocumentHandler* source = DocumentOnly(document);
+    if (!source)
+        return ERROR_INV_PARAMETER;
+    return BeginRenderOptimize(*source);
+}
+
+int32_t K_SvgEndRenderOptimizeDocument(SvgHandle document)
+{
+    if (!document)
+        return ERROR_INV_PARAMETER;
+    SvgDocumentHandler* source = DocumentOnly(document);
+    if (!source)
+        return ERROR_INV_PARAMETER;
+    return EndRenderOptimize(*source);
+}
+
+int32_t K_SvgIsRenderOptimizedDocument(SvgHandle document)
+{
+    SvgDocumentHandler* source = document ? DocumentOnly(document) : nullptr;
+    return source && IsRenderOptimized(*source) ? 1 : 0;
+}

@@ -116,6 +116,7 @@ SvgDocumentHandler::SvgDocumentHandler()
 SvgDocumentHandler::~SvgDocumentHandler()
 {
     // Nothing is held back once the document goes.
+    renderState_.reset();
     updateDepth_ = 0;
     ClearFlatFlag();
     ClearBounds();
@@ -127,8 +128,10 @@ SvgDocumentHandler::~SvgDocumentHandler()
 
 int32_t SvgDocumentHandler::notify(uint32_t event)
 {
-    if (event == kSvgEventAfterRemove)
+    if (event == kSvgEventAfterRemove) {
         ++removalGeneration_;
+        renderState_.reset();
+    }
     if (maximumElements_ != 0) {
         // With a limit the insert and remove events only count: they do not
         // invalidate anything.
@@ -155,6 +158,7 @@ int32_t SvgDocumentHandler::notify(uint32_t event)
 
 void SvgDocumentHandler::DropDerivedState()
 {
+    renderState_.reset();
     ClearFlatFlag();
     ClearBounds();
 }
@@ -178,6 +182,8 @@ void SvgDocumentHandler::ClearBounds()
 
 void SvgDocumentHandler::RefreshCachesFromTree()
 {
+    // A new tree: nothing derived from the old one may stay.
+    renderState_.reset();
     pugi::xml_node root = Root();
     ReadFileOptionAttributes(root, &bounds_);
     isFlat_ = ReadIsFlatAttribute(root) ? 1 : 0;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include <pugixml.hpp>
@@ -13,6 +14,15 @@
 #include "kvsvg/kvsvg.h"
 
 class SvgXmlBase;
+
+// State that a higher layer derives from the tree and keeps on the document
+// (the render-optimised elements). The document only owns it: any change
+// outside an update bracket drops it, and so does every removal, since the
+// state may remember nodes that a removal frees.
+class SvgDerivedState {
+public:
+    virtual ~SvgDerivedState() = default;
+};
 
 class SvgDocumentHandler : public SvgBaseHandler {
 public:
@@ -55,6 +65,10 @@ public:
     int32_t ApplyFilterCallback(SvgBaseHandler* element, int32_t type, int32_t* skip);
     bool HasFilterCallback() const { return filterCallback_ != nullptr; }
 
+    SvgDerivedState* renderState() const { return renderState_.get(); }
+    void SetRenderState(std::unique_ptr<SvgDerivedState> state) { renderState_ = std::move(state); }
+    void DropRenderState() { renderState_.reset(); }
+
     // The root element: child "svg", else "svg:svg"; null when there is none.
     pugi::xml_node Root() const;
     pugi::xml_document& tree() { return tree_; }
@@ -82,6 +96,7 @@ private:
     SvgFilterElementsCallback filterCallback_ = nullptr;
     void* filterUserData_ = nullptr;
     uint64_t removalGeneration_ = 0;
+    std::unique_ptr<SvgDerivedState> renderState_;
 };
 
 // The document of a handle of any kind: the object itself for type 1, else

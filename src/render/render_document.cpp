@@ -10,6 +10,7 @@
 #include "document/svg_element_handlers.h"
 #include "document/svg_element_view.h"
 #include "drawing/drawing_engines.h"
+#include "render/render_optimized_state.h"
 #include "render/svg_rendering_engine.h"
 #include "render/svg_rendering_utils.h"
 #include "values/file_option_attributes.h"
@@ -79,15 +80,55 @@ int32_t UnionBounds(SvgRenderingUtils& utils, const SvgElementView& start, const
 int32_t GetRootViewMatrix(SvgDocumentHandler& document, KvMatrix& matrix)
 {
     matrix = MatrixIdentity();
+    const auto viewOf = [](const SvgSvgElement& svg) {
+        const KvMatrix view = BuildViewBoxMatrix(svg.width, svg.height, svg.viewBox, svg.preserveAspectRatio);
+        return MatrixMultiply(view, BuildTransformMatrix(&svg.transform));
+    };
+    if (SvgRenderOptimizedState* state = OptimizedStateOf(document)) {
+        matrix = viewOf(state->At(0)->record.as<SvgSvgElement>());
+        return SUCCESS;
+    }
     SvgElementView root = RootView(document);
     if (!root)
         return SUCCESS;
     ScopedRecord<SvgSvgElement> svg(SVG_ELEMENT_SVG);
     if (int32_t status = root.Read(svg); status != SUCCESS)
         return status;
-    const KvMatrix view = BuildViewBoxMatrix(svg->width, svg->height, svg->viewBox, svg->preserveAspectRatio);
-    matrix = MatrixMultiply(view, BuildTransformMatrix(&svg->transform));
+    matrix = viewOf(svg.get());
     return SUCCESS;
+}
+
+int32_t BeginRenderOptimize(SvgDocumentHandler& document)
+{
+    if (!IsFlat(document))
+        return ERROR_NOT_FLAT;
+    if (SvgRenderOptimizedState* state = OptimizedStateOf(document)) {
+        ++state->refCount;
+        return SUCCESS;
+    }
+    std::unique_ptr<SvgRenderOptimizedState> state(new (std::nothrow) SvgRenderOptimizedState);
+    if (!state)
+        return ERROR_NO_MEMORY;
+    if (int32_t status = state->Collect(document); status != SUCCESS)
+        return status;
+    state->refCount = 1;
+    document.SetRenderState(std::move(state));
+    return SUCCESS;
+}
+
+int32_t EndRenderOptimize(SvgDocumentHandler& document)
+{
+    SvgRenderOptimizedState* state = OptimizedStateOf(document);
+    if (!state)
+        return ERROR_INV_PARAMETER;
+    if (--state->refCount == 0)
+        document.DropRenderState();
+    return SUCCESS;
+}
+
+bool IsRenderOptimized(SvgDocumentHandler& document)
+{
+    return IsFlat(document) && OptimizedStateOf(document) != nullptr;
 }
 
 int32_t DrawDocument(kvdrw::Engine& engine, SvgDocumentHandler& document, const SvgRenderOptions* options)
@@ -104,7 +145,7 @@ int32_t DrawDocument(kvdrw::Engine& engine, SvgDocumentHandler& document, const 
         kvdrw::Engine& engine;
         int32_t token;
         ~State() { engine.RestoreState(token); }
-    } state{engine, engine.SaveState()};
+    } savedState{engine, engine.SaveState()};
 
     SvgRenderOptions copy{};
     if (options) {
@@ -152,9 +193,12 @@ int32_t DrawDocument(kvdrw::Engine& engine, SvgDocumentHandler& document, const 
     KvMatrix view{};
     if (int32_t status = GetRootViewMatrix(document, view); status != SUCCESS)
         return status;
-    SvgRenderingEngine renderer(engine, document, &copy, &view);
+    SvgRenderOptimizedState* state = OptimizedStateOf(document);
+    SvgRenderingEngine renderer(engine, document, &copy, state, &view);
     if (int32_t status = renderer.DrawBackground(); status != SUCCESS)
         return status;
+    if (state)
+        return renderer.DrawOptimized();
     SvgElementView root = RootView(document);
     if (!root)
         return SUCCESS;
@@ -195,6 +239,16 @@ int32_t CalculateBounds(SvgDocumentHandler& document, int32_t trimmed)
     KvRectangle box{};
     if (!trimmed && file.width >= 0.0 && file.height >= 0.0) {
         box = KvRectangle{0.0, 0.0, file.width, file.height};
+    } else if (SvgRenderOptimizedState* state = OptimizedStateOf(document)) {
+        // The stored rectangles: nothing is measured again.
+        for (size_t index = 1; OptimizedEntry* entry = state->At(index); ++index) {
+            if (!RectIsEmpty(entry->bounds))
+                box = RectIsEmpty(box) ? entry->bounds : RectUnion(box, entry->bounds);
+        }
+        if (!trimmed) {
+            box.x = 0.0;
+            box.y = 0.0;
+        }
     } else {
         OwnedEngine engine;
         if (int32_t status = MakeMeasuringEngine(engine); status != SUCCESS)

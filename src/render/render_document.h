@@ -20,6 +20,12 @@ int32_t RasterizeDocument(KvBitmap& bitmap, SvgDocumentHandler& document, const 
 // the document has no root.
 int32_t GetRootViewMatrix(SvgDocumentHandler& document, KvMatrix& matrix);
 
+// The render-optimised state: Begin nests, End releases at the last, and
+// a change of the tree outside an update bracket drops it.
+int32_t BeginRenderOptimize(SvgDocumentHandler& document);
+int32_t EndRenderOptimize(SvgDocumentHandler& document);
+bool IsRenderOptimized(SvgDocumentHandler& document);
+
 int32_t CalculateBounds(SvgDocumentHandler& document, int32_t trimmed);
 int32_t GetElementBounds(const SvgElementView& element, KvRectangle& bounds);
 int32_t RecalculateBounds(SvgDocumentHandler& document, const KvRectangle& rectangle, const double* resolution);

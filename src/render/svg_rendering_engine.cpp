@@ -12,6 +12,7 @@
 #include "document/svg_base_handler.h"
 #include "document/svg_document_handler.h"
 #include "document/svg_element_view.h"
+#include "render/render_optimized_state.h"
 #include "values/value_kinds.h"
 
 namespace {
@@ -92,10 +93,12 @@ bool IsHiddenStyle(const K_SvgStyleProp& style)
 }
 
 SvgRenderingEngine::SvgRenderingEngine(kvdrw::Engine& engine, SvgDocumentHandler& document,
-                                       const SvgRenderOptions* options, const KvMatrix* viewMatrix)
+                                       const SvgRenderOptions* options, SvgRenderOptimizedState* optimized,
+                                       const KvMatrix* viewMatrix)
     : engine_(engine),
       document_(document),
       options_(options),
+      optimized_(optimized),
       viewMatrix_(viewMatrix),
       utils_(&engine, &document, options ? options->renderFlags : 0)
 {
@@ -170,21 +173,9 @@ int32_t SvgRenderingEngine::DrawElement(const SvgElementView& element)
     const uint32_t kind = element.type();
     if (!IsDrawable(kind))
         return SUCCESS;
-    if (document_.HasFilterCallback()) {
-        // The caller's filter decides per element; it runs under the guard
-        // that turns its faults into a status.
-        int32_t skip = 0;
-        SvgBaseHandler* made = nullptr;
-        if (int32_t status = WrapXmlNode(&made, element.node()); status != SUCCESS)
-            return status;
-        SvgHandlerPtr handler(made);
-        AttachOwner(&document_, made);
-        if (int32_t status = document_.ApplyFilterCallback(handler.get(), static_cast<int32_t>(kind), &skip);
-            status != SUCCESS)
-            return status;
-        if (skip)
-            return SUCCESS;
-    }
+    bool skip = false;
+    if (int32_t status = AskFilter(element.node(), kind, &skip); status != SUCCESS || skip)
+        return status;
     ScopedAnyRecord record(kind);
     if (int32_t status = element.Read(record); status != SUCCESS)
         return status;
@@ -195,21 +186,66 @@ int32_t SvgRenderingEngine::DrawElement(const SvgElementView& element)
         if (!RectIntersects(bounds, cullRect_))
             return SUCCESS;
     }
-    return DrawRecord(kind, record.data());
+    return DrawRecord(kind, record.data(), nullptr);
 }
 
-int32_t SvgRenderingEngine::DrawRecord(uint32_t kind, const void* record)
+int32_t SvgRenderingEngine::AskFilter(pugi::xml_node node, uint32_t kind, bool* skip)
+{
+    *skip = false;
+    if (!document_.HasFilterCallback())
+        return SUCCESS;
+    // The caller's filter decides per element; it runs under the guard that
+    // turns its faults into a status.
+    SvgBaseHandler* made = nullptr;
+    if (int32_t status = WrapXmlNode(&made, node); status != SUCCESS)
+        return status;
+    SvgHandlerPtr handler(made);
+    AttachOwner(&document_, made);
+    int32_t answer = 0;
+    if (int32_t status = document_.ApplyFilterCallback(handler.get(), static_cast<int32_t>(kind), &answer);
+        status != SUCCESS)
+        return status;
+    *skip = answer != 0;
+    return SUCCESS;
+}
+
+int32_t SvgRenderingEngine::DrawOptimized()
+{
+    const bool cachePaths = optimized_->CanCachePaths(engine_);
+    if (cachePaths)
+        optimized_->UseEngineKind(engine_.GetEngineKind());
+    for (size_t index = 1;; ++index) {
+        OptimizedEntry* entry = optimized_->At(index);
+        if (!entry)
+            break;
+        if (!RectIsEmpty(cullRect_) && !RectIntersects(entry->bounds, cullRect_))
+            continue;
+        if (RectIsEmpty(entry->bounds) && entry->bounds.width == 0.0 && entry->bounds.height == 0.0)
+            continue;
+        bool skip = false;
+        if (int32_t status = AskFilter(entry->node, entry->kind, &skip); status != SUCCESS)
+            return status;
+        if (skip)
+            continue;
+        if (int32_t status = DrawRecord(entry->kind, entry->record.get(), cachePaths ? entry : nullptr);
+            status != SUCCESS)
+            return status;
+    }
+    return SUCCESS;
+}
+
+int32_t SvgRenderingEngine::DrawRecord(uint32_t kind, const void* record, OptimizedEntry* entry)
 {
     switch (kind) {
-    case SVG_ELEMENT_PATH: return DrawPath(*static_cast<const SvgPathElement*>(record));
+    case SVG_ELEMENT_PATH: return DrawPath(*static_cast<const SvgPathElement*>(record), entry);
     case SVG_ELEMENT_RECT: return DrawRect(*static_cast<const SvgRectElement*>(record));
     case SVG_ELEMENT_CIRCLE: return DrawCircle(*static_cast<const SvgCircleElement*>(record));
     case SVG_ELEMENT_ELLIPSE: return DrawEllipse(*static_cast<const SvgEllipseElement*>(record));
     case SVG_ELEMENT_LINE: return DrawLine(*static_cast<const SvgLineElement*>(record));
     case SVG_ELEMENT_POLYLINE: return DrawPoly(*static_cast<const SvgPolyElement*>(record), false);
     case SVG_ELEMENT_POLYGON: return DrawPoly(*static_cast<const SvgPolyElement*>(record), true);
-    case SVG_ELEMENT_IMAGE: return DrawImage(*static_cast<const SvgImageElement*>(record));
-    case SVG_ELEMENT_TEXT: return DrawText(*static_cast<const SvgTextElement*>(record));
+    case SVG_ELEMENT_IMAGE: return DrawImage(*static_cast<const SvgImageElement*>(record), entry);
+    case SVG_ELEMENT_TEXT: return DrawText(*static_cast<const SvgTextElement*>(record), entry);
     default: return SUCCESS;
     }
 }
@@ -227,7 +263,31 @@ int32_t SvgRenderingEngine::PrepareBrush(const K_SvgStyleProp& style)
             } catch (const std::bad_alloc&) {
                 return ERROR_NO_MEMORY;
             }
-            if (int32_t status = utils_.BuildGradientBrush(style, &gradientBrush_); status != SUCCESS) {
+            int32_t status = SUCCESS;
+            if (optimized_) {
+                if (gradientBrush_)
+                    engine_.DeleteObject(gradientBrush_);
+                gradientBrush_ = nullptr;
+                for (const OptimizedDefinition& definition : optimized_->definitions()) {
+                    if (definition.kind != SVG_ELEMENT_LINEARGRADIENT || definition.id != wanted)
+                        continue;
+                    std::vector<const SvgStopElement*> stops;
+                    try {
+                        for (const OptimizedDefinitionChild& child : definition.children) {
+                            if (child.kind == SVG_ELEMENT_STOP)
+                                stops.push_back(&child.record.as<SvgStopElement>());
+                        }
+                    } catch (const std::bad_alloc&) {
+                        return ERROR_NO_MEMORY;
+                    }
+                    status = utils_.BuildGradientBrushFromStops(definition.record.as<SvgLinearGradientElement>(),
+                                                                stops.data(), stops.size(), &gradientBrush_);
+                    break;
+                }
+            } else {
+                status = utils_.BuildGradientBrush(style, &gradientBrush_);
+            }
+            if (status != SUCCESS) {
                 paintId_.clear();
                 return status;
             }
@@ -272,6 +332,51 @@ int32_t SvgRenderingEngine::ApplyClip(const K_SvgStyleProp& style)
     const SvgReference& reference = style.clipPath;
     if (reference.kind != svgkind::kReferenceUrl || !reference.id)
         return SUCCESS;
+    if (optimized_) {
+        // Every stored clipPath of the id applies, in order. One without
+        // children hides the element here, while a plain draw ignores it.
+        const std::u16string_view id(reference.id);
+        const bool cachePaths = optimized_->CanCachePaths(engine_);
+        for (OptimizedDefinition& definition : optimized_->definitions()) {
+            if (definition.kind != SVG_ELEMENT_CLIPPATH || definition.id != id)
+                continue;
+            if (definition.children.empty()) {
+                const KvRectangle nothing{0, 0, 0, 0};
+                if (int32_t status = engine_.SetClipRect(&nothing, kvdrw::kCombineIntersect); status != SUCCESS)
+                    return status;
+                continue;
+            }
+            int32_t mode = kvdrw::kCombineIntersect;
+            for (OptimizedDefinitionChild& child : definition.children) {
+                if (child.kind == SVG_ELEMENT_PATH) {
+                    const auto& path = child.record.as<SvgPathElement>();
+                    const int32_t fill = path.style.paint.fill.rule == svgkind::kFillRuleEvenOdd ? kvdrw::kFillEvenOdd
+                                                                                               : kvdrw::kFillWinding;
+                    ScopedObject<kvdrw::GraphicsPath> built(engine_);
+                    kvdrw::GraphicsPath* outline = cachePaths ? child.path : nullptr;
+                    if (!outline) {
+                        if (int32_t status = utils_.BuildPath(path.d, fill, built.out()); status != SUCCESS)
+                            return status;
+                        outline = built.get();
+                        if (cachePaths) {
+                            child.path = outline;
+                            *built.out() = nullptr;
+                        }
+                    }
+                    if (int32_t status = engine_.SetClipPath(outline, mode); status != SUCCESS)
+                        return status;
+                } else if (child.kind == SVG_ELEMENT_RECT) {
+                    const auto& rect = child.record.as<SvgRectElement>();
+                    const KvRectangle box{OrZero(rect.x.value), OrZero(rect.y.value), OrZero(rect.width.value),
+                                          OrZero(rect.height.value)};
+                    if (int32_t status = engine_.SetClipRect(&box, mode); status != SUCCESS)
+                        return status;
+                }
+                mode = kvdrw::kCombineUnion;
+            }
+        }
+        return SUCCESS;
+    }
     std::string id;
     try {
         id = ToUtf8(reference.id);
@@ -317,7 +422,7 @@ int32_t SvgRenderingEngine::ApplyClip(const K_SvgStyleProp& style)
 
 // ---- Shapes ---------------------------------------------------------------------------
 
-int32_t SvgRenderingEngine::DrawPath(const SvgPathElement& path)
+int32_t SvgRenderingEngine::DrawPath(const SvgPathElement& path, OptimizedEntry* entry)
 {
     if (IsHiddenStyle(path.style) || path.d.count == 0)
         return SUCCESS;
@@ -331,11 +436,19 @@ int32_t SvgRenderingEngine::DrawPath(const SvgPathElement& path)
         return status;
     const int32_t fill =
         path.style.paint.fill.rule == svgkind::kFillRuleEvenOdd ? kvdrw::kFillEvenOdd : kvdrw::kFillWinding;
-    ScopedObject<kvdrw::GraphicsPath> outline(engine_);
-    if (int32_t status = utils_.BuildPath(path.d, fill, outline.out()); status != SUCCESS)
-        return status;
+    ScopedObject<kvdrw::GraphicsPath> built(engine_);
+    kvdrw::GraphicsPath* outline = entry ? entry->path : nullptr;
+    if (!outline) {
+        if (int32_t status = utils_.BuildPath(path.d, fill, built.out()); status != SUCCESS)
+            return status;
+        outline = built.get();
+        if (entry) {
+            entry->path = outline;
+            *built.out() = nullptr;
+        }
+    }
     // A path that fails to draw does not stop the document.
-    engine_.DrawPath(pen_, brush_, outline.get());
+    engine_.DrawPath(pen_, brush_, outline);
     return SUCCESS;
 }
 
@@ -451,10 +564,17 @@ int32_t SvgRenderingEngine::DrawPoly(const SvgPolyElement& poly, bool polygon)
 
 // ---- Images ----------------------------------------------------------------------------
 
-int32_t SvgRenderingEngine::DrawImage(const SvgImageElement& image)
+int32_t SvgRenderingEngine::DrawImage(const SvgImageElement& image, OptimizedEntry* entry)
 {
     if (IsHiddenStyle(image.style) || !image.href || IsUnset(image.width) || IsUnset(image.height))
         return SUCCESS;
+    if (entry) {
+        if (!entry->image)
+            return SUCCESS;
+        // The decoded pixels stay with the entry; only the drawing flags are ours.
+        KvBitmap view = *entry->image;
+        return DrawBitmap(image, view);
+    }
     KvBitmap bitmap;
     if (int32_t status = LoadImageReference(image.href, bitmap); status != SUCCESS)
         return status;
@@ -464,6 +584,11 @@ int32_t SvgRenderingEngine::DrawImage(const SvgImageElement& image)
         KvBitmap& bitmap;
         ~BitmapOwner() { FreeBitmap(bitmap); }
     } owner{bitmap};
+    return DrawBitmap(image, bitmap);
+}
+
+int32_t SvgRenderingEngine::DrawBitmap(const SvgImageElement& image, KvBitmap& bitmap)
+{
     double opacity = image.style.opacity;
     if (IsUnsetDouble(opacity))
         opacity = 1.0;
@@ -514,7 +639,7 @@ int32_t SvgRenderingEngine::RotateCurrentTransform(double angleDegrees, double x
     return engine_.SetTransform(&matrix);
 }
 
-int32_t SvgRenderingEngine::DrawText(const SvgTextElement& text)
+int32_t SvgRenderingEngine::DrawText(const SvgTextElement& text, OptimizedEntry* entry)
 {
     if (IsHiddenStyle(text.style) || !text.text || text.textCount == 0)
         return SUCCESS;
@@ -539,10 +664,10 @@ int32_t SvgRenderingEngine::DrawText(const SvgTextElement& text)
         return status;
     // A clip that cannot be applied leaves the text drawn unclipped.
     ApplyClip(style);
-    return DrawTextRun(text);
+    return DrawTextRun(text, entry && entry->hasMetrics ? &entry->metrics : nullptr);
 }
 
-int32_t SvgRenderingEngine::DrawTextRun(const SvgTextElement& text)
+int32_t SvgRenderingEngine::DrawTextRun(const SvgTextElement& text, const kvdrw::FontMetrics* cached)
 {
     const int32_t length = static_cast<int32_t>(std::min<uint32_t>(text.textCount, INT32_MAX));
     if (length < 1)
@@ -550,9 +675,13 @@ int32_t SvgRenderingEngine::DrawTextRun(const SvgTextElement& text)
     KvMatrix saved{};
     engine_.GetTransform(&saved);
     kvdrw::FontMetrics metrics{};
-    engine_.ResetTransform();
-    font_->GetMetrics(&metrics, &engine_, engine_.GetResolution());
-    engine_.SetTransform(&saved);
+    if (cached) {
+        metrics = *cached;
+    } else {
+        engine_.ResetTransform();
+        font_->GetMetrics(&metrics, &engine_, engine_.GetResolution());
+        engine_.SetTransform(&saved);
+    }
     const int32_t* m = metrics.values;
     double dx = 0.0, dy = 0.0;
     const int32_t lineAlignment = stringFormat_->GetLineAlignment();

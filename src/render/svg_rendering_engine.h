@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <string>
 
+#include <pugixml.hpp>
+
 #include "kvsvg/kvdrw.h"
 #include "kvsvg/kvsvg.h"
 #include "kvsvg/kvsvg_render.h"
@@ -16,12 +18,15 @@
 
 class SvgDocumentHandler;
 class SvgElementView;
+class SvgRenderOptimizedState;
+struct OptimizedEntry;
 
 class SvgRenderingEngine {
 public:
-    // options and viewMatrix may be null.
+    // options, optimized and viewMatrix may be null; with `optimized` the
+    // walk and every look-up use the state instead of the tree.
     SvgRenderingEngine(kvdrw::Engine& engine, SvgDocumentHandler& document, const SvgRenderOptions* options,
-                       const KvMatrix* viewMatrix);
+                       SvgRenderOptimizedState* optimized, const KvMatrix* viewMatrix);
     virtual ~SvgRenderingEngine();
     SvgRenderingEngine(const SvgRenderingEngine&) = delete;
     SvgRenderingEngine& operator=(const SvgRenderingEngine&) = delete;
@@ -29,20 +34,25 @@ public:
     int32_t DrawBackground();
     // The children of the root svg, containers walked into, in document order.
     int32_t DrawElements(const SvgElementView& root);
+    // The entries of the render-optimised state, from entry 1 on.
+    int32_t DrawOptimized();
     // One drawable element; other kinds give SUCCESS and draw nothing.
     int32_t DrawElement(const SvgElementView& element);
 
 private:
-    int32_t DrawRecord(uint32_t kind, const void* record);
-    int32_t DrawPath(const SvgPathElement& path);
+    // entry: the element's render-optimised entry, or null in a plain walk.
+    int32_t DrawRecord(uint32_t kind, const void* record, OptimizedEntry* entry);
+    int32_t AskFilter(pugi::xml_node node, uint32_t kind, bool* skip);
+    int32_t DrawPath(const SvgPathElement& path, OptimizedEntry* entry);
     int32_t DrawRect(const SvgRectElement& rect);
     int32_t DrawCircle(const SvgCircleElement& circle);
     int32_t DrawEllipse(const SvgEllipseElement& ellipse);
     int32_t DrawLine(const SvgLineElement& line);
     int32_t DrawPoly(const SvgPolyElement& poly, bool polygon);
-    int32_t DrawImage(const SvgImageElement& image);
-    int32_t DrawText(const SvgTextElement& text);
-    int32_t DrawTextRun(const SvgTextElement& text);
+    int32_t DrawImage(const SvgImageElement& image, OptimizedEntry* entry);
+    int32_t DrawBitmap(const SvgImageElement& image, KvBitmap& bitmap);
+    int32_t DrawText(const SvgTextElement& text, OptimizedEntry* entry);
+    int32_t DrawTextRun(const SvgTextElement& text, const kvdrw::FontMetrics* cached);
 
     // The common frame of a shape: visibility, brush and pen. *skip tells
     // the caller to draw nothing (and return SUCCESS).
@@ -55,6 +65,7 @@ private:
     kvdrw::Engine& engine_;
     SvgDocumentHandler& document_;
     const SvgRenderOptions* options_;
+    SvgRenderOptimizedState* optimized_;
     const KvMatrix* viewMatrix_;
     KvRectangle clipRect_{};
     KvRectangle cullRect_{};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -407,18 +408,42 @@ int32_t SvgRenderingUtils::BuildGradientBrush(const K_SvgStyleProp& style, kvdrw
     if (int32_t status = gradientView.Read(record); status != SUCCESS)
         return status;
 
-    std::vector<kvdrw::Color> colors;
-    std::vector<double> offsets;
+    // The stops are read into records that live until the brush is made.
+    std::vector<std::unique_ptr<ScopedRecord<SvgStopElement>>> records;
+    std::vector<const SvgStopElement*> stops;
     try {
         for (SvgElementView child = gradientView.FirstChild(); child; child = child.NextSibling()) {
             if (child.type() != SVG_ELEMENT_STOP)
                 continue;
-            ScopedRecord<SvgStopElement> stop(SVG_ELEMENT_STOP);
-            if (int32_t status = child.Read(stop); status != SUCCESS)
+            auto stop = std::make_unique<ScopedRecord<SvgStopElement>>(SVG_ELEMENT_STOP);
+            if (int32_t status = child.Read(*stop); status != SUCCESS)
                 return status;
+            stops.push_back(&stop->get());
+            records.push_back(std::move(stop));
+        }
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
+    }
+    return BuildGradientBrushFromStops(record.get(), stops.data(), stops.size(), brush);
+}
+
+int32_t SvgRenderingUtils::BuildGradientBrushFromStops(const SvgLinearGradientElement& linear,
+                                                       const SvgStopElement* const* stops, size_t count,
+                                                       kvdrw::LinearGradientBrush** brush)
+{
+    if (!brush)
+        return ERROR_INV_PARAMETER;
+    DeleteObject(engine_, brush);
+    if (!engine_)
+        return FAILURE;
+    std::vector<kvdrw::Color> colors;
+    std::vector<double> offsets;
+    try {
+        for (size_t i = 0; i < count; ++i) {
+            const SvgStopElement& stop = *stops[i];
             kvdrw::Color color{255, 0, 0, 0};
-            ResolveColor(stop->style.stop.stopColor.color, stop->style.stop.stopOpacity, color);
-            const double offset = OrZero(stop->offset.value);
+            ResolveColor(stop.style.stop.stopColor.color, stop.style.stop.stopOpacity, color);
+            const double offset = OrZero(stop.offset.value);
             if (colors.empty() && offset != 0.0) {
                 colors.push_back(color);
                 offsets.push_back(0.0);
@@ -439,7 +464,6 @@ int32_t SvgRenderingUtils::BuildGradientBrush(const K_SvgStyleProp& style, kvdrw
     // with their first two stops.
     const kvdrw::Color first = colors[0];
     const kvdrw::Color second = colors.size() > 1 ? colors[1] : colors[0];
-    const SvgLinearGradientElement& linear = record.get();
     const double x1 = LengthOrZero(linear.x1), y1 = LengthOrZero(linear.y1);
     const double x2 = LengthOrZero(linear.x2), y2 = LengthOrZero(linear.y2);
     const SvgTransformList& list = linear.gradientTransform;

@@ -43,6 +43,10 @@ public:
     // deletes the old brush first. No gradient, or one without stops: SUCCESS
     // and a null brush.
     int32_t BuildGradientBrush(const K_SvgStyleProp& style, kvdrw::LinearGradientBrush** brush);
+    // The brush of a gradient whose stop records are at hand (the
+    // render-optimised definitions keep them); always deletes the old brush.
+    int32_t BuildGradientBrushFromStops(const SvgLinearGradientElement& gradient, const SvgStopElement* const* stops,
+                                        size_t count, kvdrw::LinearGradientBrush** brush);
     // Null *pen when the element has no stroke.
     int32_t PrepareStrokePen(const K_SvgStyleProp& style, kvdrw::Pen** pen);
     int32_t PrepareStringFormat(const K_SvgStyleProp& style, kvdrw::StringFormat** format);
