@@ -36,6 +36,11 @@ typedef struct SvgRenderOptions {
 
 /* renderFlags: strokes thinner than 2 pixels are drawn at least 2 wide. */
 #define SVG_RENDER_THICKEN_HAIRLINES 0x1u
+/* renderFlags: paint servers drawn in full: a linear gradient with all its
+ * stops under its whole gradientTransform, a radial gradient as the mean of
+ * its stops. Without it a linear gradient runs between its own coordinates
+ * as they stand with its first two stops, and a radial one paints nothing. */
+#define SVG_RENDER_FULL_PAINT 0x2u
 
 /* ---- Exports ------------------------------------------------------------
  * Ordinals, kept for the record of the family's numbering:

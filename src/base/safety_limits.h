@@ -26,4 +26,9 @@ constexpr uint64_t kMaxBitmapPixels = KV_BITMAP_MAX_PIXELS;
 // loader has been shown to accept and stays near 250 MB. ERROR_MAX_ELEMENTS.
 constexpr size_t kMaxFlattenDepth = 200000;
 
+// Links followed from one paint server to the next (gradient href chains):
+// real documents chain two or three; a longer chain is cut where it stands,
+// as a reference to nothing would be.
+constexpr size_t kMaxReferenceChain = 64;
+
 }  // namespace kvlimits

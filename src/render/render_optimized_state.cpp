@@ -216,7 +216,8 @@ int32_t SvgRenderOptimizedState::Collect(SvgDocumentHandler& document)
             frame.next = element.NextSibling();
             const uint32_t container = frame.container;
             const uint32_t kind = element.type();
-            if (kind == SVG_ELEMENT_CLIPPATH || kind == SVG_ELEMENT_LINEARGRADIENT) {
+            if (kind == SVG_ELEMENT_CLIPPATH || kind == SVG_ELEMENT_LINEARGRADIENT ||
+                kind == SVG_ELEMENT_RADIALGRADIENT) {
                 const char* id = element.node().attribute("id").value();
                 if (!*id)
                     continue;

@@ -269,7 +269,8 @@ int32_t SvgRenderingEngine::PrepareBrush(const K_SvgStyleProp& style)
                     engine_.DeleteObject(gradientBrush_);
                 gradientBrush_ = nullptr;
                 for (const OptimizedDefinition& definition : optimized_->definitions()) {
-                    if (definition.kind != SVG_ELEMENT_LINEARGRADIENT || definition.id != wanted)
+                    const bool radial = definition.kind == SVG_ELEMENT_RADIALGRADIENT && utils_.fullPaint();
+                    if ((definition.kind != SVG_ELEMENT_LINEARGRADIENT && !radial) || definition.id != wanted)
                         continue;
                     std::vector<const SvgStopElement*> stops;
                     try {
@@ -280,8 +281,10 @@ int32_t SvgRenderingEngine::PrepareBrush(const K_SvgStyleProp& style)
                     } catch (const std::bad_alloc&) {
                         return ERROR_NO_MEMORY;
                     }
-                    status = utils_.BuildGradientBrushFromStops(definition.record.as<SvgLinearGradientElement>(),
-                                                                stops.data(), stops.size(), &gradientBrush_);
+                    status = radial ? utils_.BuildRadialBrushFromStops(stops.data(), stops.size(), &gradientBrush_)
+                                    : utils_.BuildGradientBrushFromStops(
+                                          definition.record.as<SvgLinearGradientElement>(), stops.data(), stops.size(),
+                                          &gradientBrush_);
                     break;
                 }
             } else {

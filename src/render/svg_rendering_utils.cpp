@@ -400,13 +400,19 @@ int32_t SvgRenderingUtils::BuildGradientBrush(const K_SvgStyleProp& style, kvdrw
     const KvChar* id = style.paint.fill.paint.color.text;
     if (!id)
         return SUCCESS;
-    pugi::xml_node gradient = FindElementWithId(*document_, "linearGradient", ToUtf8(id));
+    const std::string key = ToUtf8(id);
+    pugi::xml_node gradient = FindElementWithId(*document_, "linearGradient", key);
+    const bool radial = !gradient && fullPaint();
+    if (radial)
+        gradient = FindElementWithId(*document_, "radialGradient", key);
     if (!gradient)
         return SUCCESS;
     const SvgElementView gradientView(*document_, gradient);
     ScopedRecord<SvgLinearGradientElement> record(SVG_ELEMENT_LINEARGRADIENT);
-    if (int32_t status = gradientView.Read(record); status != SUCCESS)
-        return status;
+    if (!radial) {
+        if (int32_t status = gradientView.Read(record); status != SUCCESS)
+            return status;
+    }
 
     // The stops are read into records that live until the brush is made.
     std::vector<std::unique_ptr<ScopedRecord<SvgStopElement>>> records;
@@ -424,7 +430,32 @@ int32_t SvgRenderingUtils::BuildGradientBrush(const K_SvgStyleProp& style, kvdrw
     } catch (const std::bad_alloc&) {
         return ERROR_NO_MEMORY;
     }
+    if (radial)
+        return BuildRadialBrushFromStops(stops.data(), stops.size(), brush);
     return BuildGradientBrushFromStops(record.get(), stops.data(), stops.size(), brush);
+}
+
+int32_t SvgRenderingUtils::BuildRadialBrushFromStops(const SvgStopElement* const* stops, size_t count,
+                                                     kvdrw::LinearGradientBrush** brush)
+{
+    DeleteObject(engine_, brush);
+    if (!engine_)
+        return FAILURE;
+    if (count == 0)
+        return SUCCESS;
+    double sum[4] = {0, 0, 0, 0};
+    for (size_t i = 0; i < count; ++i) {
+        kvdrw::Color color{255, 0, 0, 0};
+        ResolveColor(stops[i]->style.stop.stopColor.color, stops[i]->style.stop.stopOpacity, color);
+        sum[0] += color.alpha;
+        sum[1] += color.red;
+        sum[2] += color.green;
+        sum[3] += color.blue;
+    }
+    const auto mean = [&](int i) { return static_cast<uint8_t>(sum[i] / static_cast<double>(count) + 0.5); };
+    const kvdrw::Color color{mean(0), mean(1), mean(2), mean(3)};
+    const kvdrw::Point from{0, 0}, to{1, 0};
+    return engine_->CreateGradientBrushFromPoints(brush, &from, &to, &color, &color);
 }
 
 int32_t SvgRenderingUtils::BuildGradientBrushFromStops(const SvgLinearGradientElement& linear,
@@ -443,7 +474,14 @@ int32_t SvgRenderingUtils::BuildGradientBrushFromStops(const SvgLinearGradientEl
             const SvgStopElement& stop = *stops[i];
             kvdrw::Color color{255, 0, 0, 0};
             ResolveColor(stop.style.stop.stopColor.color, stop.style.stop.stopOpacity, color);
-            const double offset = OrZero(stop.offset.value);
+            double offset = OrZero(stop.offset.value);
+            if (fullPaint()) {
+                // Fractions in order: a percentage is of 100, and no stop
+                // stands before the one ahead of it.
+                if (stop.offset.percent)
+                    offset /= 100.0;
+                offset = std::clamp(offset, offsets.empty() ? 0.0 : offsets.back(), 1.0);
+            }
             if (colors.empty() && offset != 0.0) {
                 colors.push_back(color);
                 offsets.push_back(0.0);
@@ -460,12 +498,35 @@ int32_t SvgRenderingUtils::BuildGradientBrushFromStops(const SvgLinearGradientEl
     } catch (const std::bad_alloc&) {
         return ERROR_NO_MEMORY;
     }
+    const double x1 = LengthOrZero(linear.x1), y1 = LengthOrZero(linear.y1);
+    const double x2 = LengthOrZero(linear.x2), y2 = LengthOrZero(linear.y2);
+    if (fullPaint()) {
+        // Every stop, and the gradient's whole matrix: the gradient vector
+        // goes to device space so that lines of one colour stay where the
+        // matrix puts them, also under a scale that differs along x and y.
+        const KvMatrix matrix = BuildTransformMatrix(&linear.gradientTransform);
+        KvPoint start{x1, y1};
+        MatrixTransformPoints(matrix, &start, 1);
+        const double dx = x2 - x1, dy = y2 - y1;
+        const double lengthSquared = dx * dx + dy * dy;
+        const double det = matrix.m11 * matrix.m22 - matrix.m12 * matrix.m21;
+        KvPoint end = start;
+        if (lengthSquared > 0.0 && det != 0.0) {
+            // The gradient of t in device space is M^-T d / |d|^2.
+            const double gx = (matrix.m22 * dx - matrix.m21 * dy) / det / lengthSquared;
+            const double gy = (-matrix.m12 * dx + matrix.m11 * dy) / det / lengthSquared;
+            const double g2 = gx * gx + gy * gy;
+            if (g2 > 0.0)
+                end = KvPoint{start.x + gx / g2, start.y + gy / g2};
+        }
+        const kvdrw::Point points[2] = {start, end};
+        return engine_->CreateGradientBrushFromStops(brush, points, colors.data(), offsets.data(),
+                                                     static_cast<int32_t>(colors.size()));
+    }
     // Two colours reach the engine, the first and the second: gradients draw
     // with their first two stops.
     const kvdrw::Color first = colors[0];
     const kvdrw::Color second = colors.size() > 1 ? colors[1] : colors[0];
-    const double x1 = LengthOrZero(linear.x1), y1 = LengthOrZero(linear.y1);
-    const double x2 = LengthOrZero(linear.x2), y2 = LengthOrZero(linear.y2);
     const SvgTransformList& list = linear.gradientTransform;
     if (list.count > 0 && list.items[0].type == SVG_TRANSFORM_ROTATE) {
         const KvRectangle box = RectFromEdges(x1, y1, x2, y2);

@@ -17,6 +17,8 @@ class SvgElementView;
 
 // Bit 0 of the flag word: hairlines (widths above 0 up to 1.9) are thickened.
 constexpr uint32_t kRenderThickenHairlines = 0x1u;
+// Bit 1: paint servers in full (all stops, the whole gradientTransform).
+constexpr uint32_t kRenderFullPaint = 0x2u;
 
 // Resolves a colour value at an opacity (unset counts as 1.0). An opacity
 // outside 0..1, or a name the colour table does not know, leaves `color`
@@ -47,6 +49,10 @@ public:
     // render-optimised definitions keep them); always deletes the old brush.
     int32_t BuildGradientBrushFromStops(const SvgLinearGradientElement& gradient, const SvgStopElement* const* stops,
                                         size_t count, kvdrw::LinearGradientBrush** brush);
+    // With kRenderFullPaint: a radial gradient as the mean colour of its stops.
+    int32_t BuildRadialBrushFromStops(const SvgStopElement* const* stops, size_t count,
+                                      kvdrw::LinearGradientBrush** brush);
+    bool fullPaint() const { return (flags_ & kRenderFullPaint) != 0; }
     // Null *pen when the element has no stroke.
     int32_t PrepareStrokePen(const K_SvgStyleProp& style, kvdrw::Pen** pen);
     int32_t PrepareStringFormat(const K_SvgStyleProp& style, kvdrw::StringFormat** format);

@@ -400,3 +400,31 @@ TEST(Bounds, RecalculateReframesTheRootOnARectangle)
     K_SvgIsFlatDocument(document, &flat);
     EXPECT_EQ(flat, 1);
 }
+
+TEST(Draw, FullPaintTakesEveryStopAndTheWholeGradientMatrix)
+{
+    // A flattened bounding-box gradient: its coordinates are fractions, its
+    // matrix the box. Top to bottom, red, then green at the middle, then blue.
+    const std::string document = Flat(
+        R"~(<linearGradient id="g" gradientTransform="matrix(20 0 0 40 0 0)" x1="0" y1="0" x2="0" y2="1">)~"
+        R"~(<stop offset="0" stop-color="#ff0000"/><stop offset="50%" stop-color="#00ff00"/>)~"
+        R"~(<stop offset="1" stop-color="#0000ff"/></linearGradient>)~"
+        R"~(<radialGradient id="r"><stop offset="0" stop-color="#ff0000"/><stop offset="1" stop-color="#0000ff"/></radialGradient>)~"
+        R"~(<rect width="20" height="40" fill="url(#g)"/><rect x="20" width="20" height="40" fill="url(#r)"/>)~",
+        R"~(width="40" height="40")~");
+    Canvas canvas(40, 40);
+    SvgRenderOptions options = PlainOptions();
+    options.renderFlags = SVG_RENDER_FULL_PAINT;
+    Draw(document, canvas, &options);
+    EXPECT_PIXEL(canvas, 10, 0, Pixel{250, 4, 0, 255});
+    EXPECT_PIXEL(canvas, 10, 20, Pixel{0, 249, 6, 255});
+    EXPECT_PIXEL(canvas, 10, 39, Pixel{0, 4, 250, 255});
+    EXPECT_PIXEL(canvas, 30, 20, Pixel{128, 0, 128, 255});  // a radial gradient as the mean of its stops
+
+    // Without the flag the same gradient runs between its own numbers (one
+    // pixel here) with its first two stops, and the radial one paints nothing.
+    Canvas literal(40, 40);
+    Draw(document, literal, nullptr);
+    EXPECT_PIXEL(literal, 10, 20, Pixel{0, 255, 0, 255});
+    EXPECT_PIXEL(literal, 30, 20, kClear);
+}

@@ -151,6 +151,8 @@ int32_t RenderFile(const char* in, const char* out, const RenderSettings& settin
     options.backColor = settings.backColor;
     options.bounds = KvRectangle{bounds.x, bounds.y, bounds.width, bounds.height};
     options.transform = KvMatrix{scaleX, 0.0, 0.0, scaleY, -bounds.x * scaleX, -bounds.y * scaleY, 0};
+    // Gradients in full unless the library's own contract was asked for.
+    options.renderFlags = settings.strict ? 0 : SVG_RENDER_FULL_PAINT;
     int32_t status = K_SvgRasterizeDocument(&bitmap, flat.handle, &options);
     if (status != SUCCESS) {
         failure = {"rasterise", status};
