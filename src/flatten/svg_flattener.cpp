@@ -8,6 +8,8 @@
 #include "base/utf.h"
 #include "document/svg_document_handler.h"
 #include "document/svg_element_handlers.h"
+#include "drawing/drawing_engines.h"
+#include "flatten/clip_paths.h"
 #include "flatten/paint_and_clip.h"
 #include "values/file_option_attributes.h"
 
@@ -73,6 +75,7 @@ int32_t CopyTablesElement(SvgDocumentHandler& source)
 }  // namespace
 
 CSvgFlattener::CSvgFlattener(const K_SvgFlatOptions* options)
+    : clipPaths_(new (std::nothrow) CSvgClipPathHash)
 {
     if (options)
         std::memcpy(&options_, options, sizeof options_);
@@ -81,6 +84,20 @@ CSvgFlattener::CSvgFlattener(const K_SvgFlatOptions* options)
 CSvgFlattener::~CSvgFlattener()
 {
     PopFramesTo(0);
+    // The clips' paths go back to the engine before the engine goes.
+    clipPaths_.reset();
+    if (engine_)
+        DrawingDestroyEngine(engine_);
+}
+
+kvdrw::Engine* CSvgFlattener::engine()
+{
+    if (!engineTried_) {
+        engineTried_ = true;
+        if (DrawingCreateMeasureEngine(&engine_) != SUCCESS)
+            engine_ = nullptr;
+    }
+    return engine_;
 }
 
 std::unique_ptr<CSvgContext> CSvgFlattener::NewContext()
@@ -90,6 +107,8 @@ std::unique_ptr<CSvgContext> CSvgFlattener::NewContext()
 
 int32_t CSvgFlattener::Run(SvgDocumentHandler& source, SvgDocumentHandler& target)
 {
+    if (!clipPaths_)
+        return ERROR_NO_MEMORY;
     source_ = &source;
     target_ = &target;
     const SvgElementView root = RootView(source);

@@ -23,6 +23,10 @@
 
 class SvgDocumentHandler;
 class CSvgFlattener;
+class CSvgClipPathHash;
+namespace kvdrw {
+class Engine;
+}
 
 // Handles one element: context.sourceNode is the element, context the
 // working context of its parent's walk, which the handler must leave as it
@@ -83,6 +87,13 @@ public:
     // The shared counter of generated ids; never reset within a run.
     uint32_t NextId() { return idCounter_++; }
 
+    // The measuring engine of the run, made when first asked for: clip
+    // geometry and text measuring go through it. Null without one.
+    kvdrw::Engine* engine();
+    // The clips of the first pass and every variant made since.
+    CSvgClipPathHash& clipPaths() { return *clipPaths_; }
+    SvgDocumentHandler* source() const { return source_; }
+
     // A fresh context on the heap, for FlattenChildren; null when memory ran out.
     static std::unique_ptr<CSvgContext> NewContext();
 
@@ -103,6 +114,9 @@ private:
     std::unordered_map<std::string, pugi::xml_node> nodeHash_;
     SvgDocumentHandler* source_ = nullptr;
     SvgDocumentHandler* target_ = nullptr;
+    kvdrw::Engine* engine_ = nullptr;
+    bool engineTried_ = false;
+    std::unique_ptr<CSvgClipPathHash> clipPaths_;
 };
 
 // The handler table by element type. Structure, paint server and text
