@@ -123,6 +123,12 @@ typedef struct SvgFileOptions {
 #define SVG_LOAD_TOLERATE_XML_ERRORS 0x8u
 #define SVG_LOAD_DROP_TEXT_PATH_TEXT 0x10u
 #define SVG_LOAD_DROP_TEXT_PATH_PATHS 0x100u
+/* Standard syntax: right after parsing, the tree is rewritten into the form
+ * the library's own value syntax reads: path data by the full path grammar,
+ * <style> sheets and class attributes applied into style attributes, lists
+ * in style declarations kept apart. Without it values are read exactly as
+ * the library's syntax says, and standard forms such as "M10-20" fail. */
+#define SVG_LOAD_NORMALIZE 0x1000u
 
 typedef struct SvgLoadOptions {
     uint32_t size;             /* not read */

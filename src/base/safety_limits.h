@@ -31,4 +31,11 @@ constexpr size_t kMaxFlattenDepth = 200000;
 // as a reference to nothing would be.
 constexpr size_t kMaxReferenceChain = 64;
 
+// Style sheets of the standard-syntax rewrite: selectors taken from all the
+// sheets of a document, and element matches applied. Hand-written and
+// editor sheets hold a few hundred; past these a sheet is hostile, and the
+// rest of it is left unapplied.
+constexpr size_t kMaxStyleRules = 10000;
+constexpr size_t kMaxStyleMatches = 2000000;
+
 }  // namespace kvlimits

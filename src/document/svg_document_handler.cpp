@@ -1,4 +1,5 @@
 #include "document/svg_document_handler.h"
+#include "document/svg_normalizer.h"
 
 #include <cstdio>
 #include <cstring>
@@ -252,6 +253,10 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
     pugi::xml_node root = Root();
     if (!root)
         return ERROR_NO_SVG_ROOT;
+    if (options && (options->flags & SVG_LOAD_NORMALIZE)) {
+        if (int32_t status = NormalizeStandardSyntax(tree_); status != SUCCESS)
+            return status;
+    }
     if (int32_t status = ReadRootVersion(root, version_); status != SUCCESS)
         return status;
     if (int32_t status = ReadFileOptionAttributes(root, &bounds_); status != SUCCESS)

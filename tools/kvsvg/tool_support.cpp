@@ -126,7 +126,6 @@ int UsageError(const char* usage)
 
 SvgLoadOptions ToolLoadOptions(bool strict)
 {
-    SvgLoadOptions options{kSvgLoadOptionsSize, 0, 0};
-    (void)strict;  // the library reads its own syntax only, for now
+    SvgLoadOptions options{kSvgLoadOptionsSize, strict ? 0u : SVG_LOAD_NORMALIZE, 0};
     return options;
 }
