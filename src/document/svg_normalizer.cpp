@@ -478,13 +478,24 @@ int32_t ApplySheets(pugi::xml_document& tree)
     return SUCCESS;
 }
 
-// A style attribute's own list values, as in sheets.
-int32_t NormalizeStyleAttribute(pugi::xml_attribute style)
+// Properties the style parser knows but leaves to the attribute readers:
+// in a style attribute they would have no effect, so they move out to
+// attributes of their own (the last declaration wins, as in the cascade).
+bool IsAttributeOnlyProperty(std::string_view name)
+{
+    return name == "color" || name == "clip-rule" || name == "mask";
+}
+
+// A style attribute's list values kept apart, and the attribute-only
+// properties moved out to attributes.
+int32_t NormalizeStyleAttribute(pugi::xml_node element, pugi::xml_attribute style)
 {
     std::string_view text = style.value();
-    if (text.find("dasharray") == std::string_view::npos)
+    if (text.find("dasharray") == std::string_view::npos && text.find("color") == std::string_view::npos &&
+        text.find("clip-rule") == std::string_view::npos && text.find("mask") == std::string_view::npos)
         return SUCCESS;
     std::string out;
+    std::vector<std::pair<std::string, std::string>> moved;
     for (std::string_view piece : SplitTop(text, ';')) {
         const size_t colon = piece.find(':');
         if (colon == std::string_view::npos) {
@@ -493,8 +504,22 @@ int32_t NormalizeStyleAttribute(pugi::xml_attribute style)
             continue;
         }
         std::string_view name = Trim(piece.substr(0, colon));
+        if (IsAttributeOnlyProperty(name)) {
+            moved.emplace_back(std::string(name), std::string(Trim(piece.substr(colon + 1))));
+            continue;
+        }
         out += std::string(name) + ":" + NormalizeDeclarationValue(name, piece.substr(colon + 1)) + ";";
     }
+    for (const auto& [name, value] : moved) {
+        pugi::xml_attribute attribute = element.attribute(name.c_str());
+        if (!attribute)
+            attribute = element.append_attribute(name.c_str());
+        if (!attribute || !attribute.set_value(value.c_str()))
+            return ERROR_NO_MEMORY;
+    }
+    // Writing "" would leave an empty attribute, which a document never holds.
+    if (out.empty())
+        return element.remove_attribute(style) ? SUCCESS : ERROR_NO_MEMORY;
     return style.set_value(out.c_str()) ? SUCCESS : ERROR_NO_MEMORY;
 }
 
@@ -567,7 +592,7 @@ int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
                 }
             }
             if (pugi::xml_attribute style = node.attribute("style")) {
-                if (int32_t status = NormalizeStyleAttribute(style); status != SUCCESS)
+                if (int32_t status = NormalizeStyleAttribute(node, style); status != SUCCESS)
                     return status;
             }
             for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling())

@@ -13,7 +13,9 @@
 //   style < !important rules. A selector that uses anything else is
 //   skipped, never guessed at;
 // - lists in style declarations (stroke-dasharray) get commas between their
-//   values, since the style parser drops blanks.
+//   values, since the style parser drops blanks;
+// - color, clip-rule and mask, which the style parser leaves to the
+//   attribute readers, move out of style into attributes of their own.
 #pragma once
 
 #include <cstdint>

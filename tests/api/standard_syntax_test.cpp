@@ -77,6 +77,9 @@ TEST(StandardSyntax, SheetsCascadeBetweenAttributesAndInlineStyle)
     } cases[] = {
         {"a class rule lands in the style attribute",
          R"(<style>.a { fill: #ff0000 }</style><rect class="a" width="1" height="1"/>)", "fill:#ff0000;"},
+        {"color leaves the style for an attribute, the inline one winning",
+         R"(<style>.t { color:#444444 }</style><rect class="t" color="red" style="fill:currentColor" width="1" height="1"/>)",
+         "fill:currentColor;"},
         {"specificity orders rules, the element's own declarations come after",
          R"(<style>#r { fill: blue } rect { fill: green; stroke: black } .a { fill: red }</style>)"
          R"(<rect id="r" class="a" style="opacity:0.5" width="1" height="1"/>)",
@@ -102,6 +105,12 @@ TEST(StandardSyntax, SheetsCascadeBetweenAttributesAndInlineStyle)
         SCOPED_TRACE(c.name);
         EXPECT_EQ(AttributeAfterLoad(Svg(c.body), u"//*[local-name()='rect']", u"style"), c.style);
     }
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"(<style>.t { color:#444444 }</style><rect class="t" color="red"/>)"),
+                                 u"//*[local-name()='rect']", u"color"),
+              "#444444");
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"(<style>.t { color:#444444 }</style><rect class="t" style="color:#00ff00"/>)"),
+                                 u"//*[local-name()='rect']", u"color"),
+              "#00ff00");
     // Without the flag the sheet is not applied.
     EXPECT_EQ(AttributeAfterLoad(Svg(R"(<style>.a { fill: red }</style><rect class="a"/>)"), u"//*[local-name()='rect']",
                                  u"style", 0),

@@ -47,10 +47,13 @@ int Info(const char* path)
 int RunConvert(int argc, char** argv)
 {
     std::vector<const char*> files;
+    bool normalize = false;
     SvgSaveOptions options{kSvgSaveOptionsSize, 1, {u'\t', 0}, 0, 0};
     for (int i = 0; i < argc; ++i) {
         std::string_view arg = argv[i];
-        if (arg == "--utf16") {
+        if (arg == "--normalize") {
+            normalize = true;
+        } else if (arg == "--utf16") {
             options.encoding = 1;
         } else if (arg == "--raw") {
             options.formatted = 0;
@@ -67,11 +70,12 @@ int RunConvert(int argc, char** argv)
         }
     }
     if (files.size() != 2) {
-        return UsageError("convert IN OUT [--indent STR] [--raw] [--utf16]");
+        return UsageError("convert IN OUT [--indent STR] [--raw] [--utf16] [--normalize]");
     }
     options.compressed = EndsWith(files[1], ".svgz") ? 1 : 0;
     Owned document;
-    if (int32_t status = K_SvgLoadDocument(Wide(files[0]).c_str(), &document.handle, nullptr); status != SUCCESS)
+    SvgLoadOptions load = ToolLoadOptions(!normalize);
+    if (int32_t status = K_SvgLoadDocument(Wide(files[0]).c_str(), &document.handle, &load); status != SUCCESS)
         return Fail("load", status);
     if (int32_t status = K_SvgSaveDocument(Wide(files[1]).c_str(), document.handle, &options); status != SUCCESS)
         return Fail("save", status);

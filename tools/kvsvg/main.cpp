@@ -27,7 +27,8 @@ const Command kCommands[] = {
     {"info", RunInfo, "FILE                 root size, version, flat mark and element count"},
     {"convert", RunConvert,
      "IN OUT [options]  svg and svgz either way, by OUT's extension\n"
-     "      --indent STR  indentation (default one tab)  --raw  one line  --utf16  UTF-16 text"},
+     "      --indent STR  indentation (default one tab)  --raw  one line  --utf16  UTF-16 text\n"
+     "      --normalize  rewrite standard SVG into the library's own syntax first"},
     {"select", RunSelect, "FILE XPATH         each matching element with its attributes"},
     {"ids", RunIds, "IN OUT                gives every element without an id one (ID1, ID2, ...)"},
     {"flatten", RunFlatten,
