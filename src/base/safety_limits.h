@@ -31,6 +31,13 @@ constexpr size_t kMaxFlattenDepth = 200000;
 // as a reference to nothing would be.
 constexpr size_t kMaxReferenceChain = 64;
 
+// Elements that use may copy into one flattening run, counted through uses
+// inside uses before anything is emitted. A map with ten thousand markers of
+// a hundred elements each stays below it; a use bomb (ten levels, each
+// using the level below ten times: ten billion copies) is refused at once.
+// ERROR_MAX_ELEMENTS.
+constexpr uint64_t kMaxUseExpansion = 1000000;
+
 // Style sheets of the standard-syntax rewrite: selectors taken from all the
 // sheets of a document, and element matches applied. Hand-written and
 // editor sheets hold a few hundred; past these a sheet is hostile, and the
