@@ -38,6 +38,11 @@ constexpr size_t kMaxReferenceChain = 64;
 // ERROR_MAX_ELEMENTS.
 constexpr uint64_t kMaxUseExpansion = 1000000;
 
+// A masked rect or image becomes a picture drawn at the scale it is shown
+// at; no side of it passes 4096 pixels (64 MB at 32 bits), however large
+// the element is drawn. Larger ones are scaled up and look soft.
+constexpr int32_t kMaxMaskPictureSide = 4096;
+
 // Style sheets of the standard-syntax rewrite: selectors taken from all the
 // sheets of a document, and element matches applied. Hand-written and
 // editor sheets hold a few hundred; past these a sheet is hostile, and the

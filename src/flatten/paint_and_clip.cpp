@@ -606,10 +606,6 @@ int32_t ResolvePaintAndClip(CSvgFlattener& flattener, CSvgContext& context, void
     return SUCCESS;
 }
 
-int32_t ReadElementMask(CSvgFlattener&, CSvgContext&)
-{
-    return SUCCESS;
-}
 
 
 
@@ -619,8 +615,3 @@ int32_t ClipShapeAgainstClip(CSvgFlattener& flattener, CSvgContext& context, voi
     return flattener.InsertFlatElement(context, record, type, box);
 }
 
-int32_t ApplyMaskToRect(CSvgFlattener&, CSvgContext&, SvgRectElement&, bool* maskUsed)
-{
-    *maskUsed = false;
-    return SUCCESS;
-}

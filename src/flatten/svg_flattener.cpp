@@ -33,6 +33,7 @@ constexpr std::array<FlattenVisitor, kSvgLastElementType + 1> MakeHandlerTable()
     table[SVG_ELEMENT_POLYGON] = FlattenPoly;
     table[SVG_ELEMENT_A] = FlattenAnchor;
     table[SVG_ELEMENT_USE] = FlattenUse;
+    table[SVG_ELEMENT_IMAGE] = FlattenImage;
     return table;
 }
 
