@@ -25,6 +25,10 @@ extern "C" {
 #define SVG_FLAT_FILES_IN_BASE_FOLDER 0x2u
 /* No image file is opened at all; only data URIs give pictures. */
 #define SVG_FLAT_NO_EXTERNAL_FILES 0x4u
+/* A fill with a pattern is written as the tiles that cover the shape,
+ * clipped to it, and the shape keeps its stroke alone: patterns then draw on
+ * any engine. Without it the shape gets a copy of the pattern element. */
+#define SVG_FLAT_EXPAND_PATTERNS 0x8u
 
 typedef struct K_SvgFlatOptions {
     uint32_t uStructSize; /* kSvgFlatOptionsSize by convention; not checked */

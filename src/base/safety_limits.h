@@ -38,6 +38,15 @@ constexpr size_t kMaxReferenceChain = 64;
 // ERROR_MAX_ELEMENTS.
 constexpr uint64_t kMaxUseExpansion = 1000000;
 
+// Tiles of one expanded pattern fill: a 10-pixel hatch over a full page
+// needs about ten thousand. Past this the pattern is written as a copy for
+// the drawing side instead of as tiles.
+constexpr uint64_t kMaxPatternTiles = 20000;
+// Elements all expanded pattern fills of one run may emit: a few hatched
+// areas of a page stay far below; past it further fills are written as
+// copies, which cost one content each.
+constexpr uint64_t kMaxPatternTileElements = 250000;
+
 // A masked rect or image becomes a picture drawn at the scale it is shown
 // at; no side of it passes 4096 pixels (64 MB at 32 bits), however large
 // the element is drawn. Larger ones are scaled up and look soft.

@@ -99,6 +99,8 @@ int32_t ResolveSvgViewport(CSvgFlattener& flattener, CSvgContext& context, SvgSv
     return SUCCESS;
 }
 
+}  // namespace
+
 // The matrix that maps a viewBox onto a viewport, as preserveAspectRatio
 // asks.
 SvgMatrix ViewBoxMatrix(const SvgPreserveAspectRatio& ratio, const SvgSvgElement& svg)
@@ -165,7 +167,6 @@ SvgMatrix ViewBoxMatrix(const SvgPreserveAspectRatio& ratio, const SvgSvgElement
     return MultiplySvgMatrix(MultiplySvgMatrix(place, scale), origin);
 }
 
-}  // namespace
 
 namespace {
 

@@ -325,9 +325,11 @@ uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView 
     }
 }
 
-int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementView target)
+int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementView target, uint64_t copies)
 {
-    const uint64_t size = ExpandedSize(context, target);
+    const uint64_t each = ExpandedSize(context, target);
+    const uint64_t size = copies != 0 && each > kvlimits::kMaxUseExpansion / copies ? kvlimits::kMaxUseExpansion + 1
+                                                                                    : each * copies;
     if (size > kvlimits::kMaxUseExpansion - std::min(expansionCharged_, kvlimits::kMaxUseExpansion))
         return ERROR_MAX_ELEMENTS;
     expansionCharged_ += size;
@@ -354,6 +356,16 @@ std::string HashKey(std::string_view id)
 }
 
 }  // namespace
+
+bool CSvgFlattener::TakeTileElements(uint64_t tiles, SvgElementView content, const CSvgContext& context)
+{
+    const uint64_t each = ExpandedSize(context, content);
+    const uint64_t room = kvlimits::kMaxPatternTileElements - std::min(tileElements_, kvlimits::kMaxPatternTileElements);
+    if (tiles != 0 && each > room / tiles)
+        return false;
+    tileElements_ += each * tiles;
+    return true;
+}
 
 void CSvgFlattener::RegisterElementId(SvgElementView element)
 {

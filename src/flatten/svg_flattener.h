@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "flatten/svg_context.h"
@@ -96,7 +97,14 @@ public:
     // uses inside its target, against the run's expansion budget
     // (kvlimits::kMaxUseExpansion). ERROR_MAX_ELEMENTS when the budget
     // would be passed: nothing of that use has been emitted yet.
-    int32_t ChargeExpansion(const CSvgContext& context, SvgElementView target);
+    // `copies` copies of `target` (pattern tiles) are charged the same way.
+    int32_t ChargeExpansion(const CSvgContext& context, SvgElementView target, uint64_t copies = 1);
+    // Takes `tiles` copies of `content` from the run's budget of expanded
+    // pattern tiles (kvlimits::kMaxPatternTileElements); false, taking
+    // nothing, when they do not fit.
+    bool TakeTileElements(uint64_t tiles, SvgElementView content, const CSvgContext& context);
+    // Patterns whose content is being flattened now.
+    std::unordered_set<const void*>& activePatterns() { return activePatterns_; }
 
     // The uses whose expansion is under way, counted by their links.
     std::unordered_map<pugi::xml_node_struct*, uint32_t>& activeUses() { return activeUses_; }
@@ -135,6 +143,7 @@ private:
     uint32_t idCounter_ = 0;
     // Before frames_: the links in the frames' contexts count themselves here.
     std::unordered_map<pugi::xml_node_struct*, uint32_t> activeUses_;
+    std::unordered_set<const void*> activePatterns_;
     std::vector<WalkFrame> frames_;
     std::unordered_map<std::string, pugi::xml_node> nodeHash_;
     // Every id of the source as written, for references ahead of the walk.
@@ -147,6 +156,7 @@ private:
     std::unique_ptr<CSvgClipPathHash> clipPaths_;
     std::unordered_map<pugi::xml_node_struct*, uint64_t> expandedSizes_;
     uint64_t expansionCharged_ = 0;
+    uint64_t tileElements_ = 0;
 };
 
 // The handler table by element type. Structure, paint server and text
@@ -155,6 +165,9 @@ int32_t FlattenSvg(CSvgFlattener& flattener, CSvgContext& context);
 // svg with the width and height a use gives it (each may be null or unset).
 int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, const SvgLength* widthOverride,
                                 const SvgLength* heightOverride);
+// The matrix that maps svg.viewBox onto the viewport svg.x, y, width,
+// height as `ratio` asks (unset and non-positive sizes taking 1000).
+SvgMatrix ViewBoxMatrix(const SvgPreserveAspectRatio& ratio, const SvgSvgElement& svg);
 int32_t FlattenGroup(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenDefs(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenAnchor(CSvgFlattener& flattener, CSvgContext& context);

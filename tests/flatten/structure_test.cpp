@@ -133,3 +133,58 @@ TEST(Structure, ManyUsesOfOneSymbolStayWithinTheBudget)
     svg += "</svg>";
     EXPECT_EQ(Count(FlattenText(svg), "<rect "), 2000u);
 }
+
+TEST(Patterns, CopiedPerUseOrExpandedIntoTiles)
+{
+    const char* dots = R"~(<svg width="100" height="100"><defs><pattern id="p" width="10" height="10" )~"
+                       R"~(patternUnits="userSpaceOnUse"><circle cx="5" cy="5" r="2" fill="red"/></pattern></defs>)~"
+                       R"~(<rect x="0" y="0" width="20" height="10" fill="url(#p)" stroke="black"/></svg>)~";
+    {
+        SCOPED_TRACE("by default each use gets a copy with a generated id and its content");
+        EXPECT_EQ(FlatContent(dots),
+                  R"~(<pattern id="kolv_pattern_0" patternUnits="userSpaceOnUse" x="0" y="0" height="10" width="10">)~"
+                  R"~(<circle cx="5" cy="5" r="2" fill="red"/></pattern>)~"
+                  R"~(<rect x="0" y="0" width="20" height="10" rx="0" ry="0" fill="url(#kolv_pattern_0)" stroke="black"/>)~");
+    }
+    {
+        SCOPED_TRACE("expanded: one circle per covering tile, clipped to the shape, which keeps its stroke");
+        K_SvgFlatOptions options{kSvgFlatOptionsSize, 0, 0, SVG_FLAT_EXPAND_PATTERNS};
+        EXPECT_EQ(FlatContent(dots, &options),
+                  R"~(<clipPath id="kolv_clip_0"><path d="M0 0 L20 0 L20 10 L0 10 Z" fill-rule="nonzero"/></clipPath>)~"
+                  R"~(<circle cx="5" cy="5" r="2" clip-path="url(#kolv_clip_0)" fill="red"/>)~"
+                  R"~(<circle cx="15" cy="5" r="2" clip-path="url(#kolv_clip_0)" fill="red" stroke-width="1"/>)~"
+                  R"~(<rect x="0" y="0" width="20" height="10" rx="0" ry="0" fill="none" stroke="black"/>)~");
+    }
+    {
+        SCOPED_TRACE("a pattern whose content paints with itself stops at the second level");
+        K_SvgFlatOptions options{kSvgFlatOptionsSize, 0, 0, SVG_FLAT_EXPAND_PATTERNS};
+        const std::string flat = FlatContent(
+            R"~(<svg width="100" height="100"><pattern id="p" width="10" height="10" patternUnits="userSpaceOnUse">)~"
+            R"~(<rect width="5" height="5" fill="url(#p)"/></pattern><rect width="20" height="20" fill="url(#p)"/></svg>)~",
+            &options);
+        EXPECT_EQ(Count(flat, "fill=\"url(#p)\""), 4u) << flat;
+    }
+    {
+        SCOPED_TRACE("a fill needing more tiles than the limit is written as a copy");
+        K_SvgFlatOptions options{kSvgFlatOptionsSize, 0, 0, SVG_FLAT_EXPAND_PATTERNS};
+        const std::string flat = FlatContent(
+            R"~(<svg width="100" height="100"><pattern id="p" width="1" height="1" patternUnits="userSpaceOnUse">)~"
+            R"~(<rect width="1" height="1"/></pattern><rect width="1000" height="1000" fill="url(#p)"/></svg>)~",
+            &options);
+        EXPECT_EQ(Count(flat, "<rect"), 2u) << flat.substr(0, 400);
+        EXPECT_EQ(Count(flat, "<pattern id=\"kolv_pattern_"), 1u);
+    }
+    {
+        SCOPED_TRACE("a pattern used inside pattern tiles is written as a copy, not tiled again");
+        K_SvgFlatOptions options{kSvgFlatOptionsSize, 0, 0, SVG_FLAT_EXPAND_PATTERNS};
+        const std::string flat = FlatContent(
+            R"~(<svg width="100" height="100"><pattern id="a" width="1" height="1" patternUnits="userSpaceOnUse">)~"
+            R"~(<rect width="1" height="1"/></pattern><pattern id="b" width="10" height="10" )~"
+            R"~(patternUnits="userSpaceOnUse"><rect width="10" height="10" fill="url(#a)"/></pattern>)~"
+            R"~(<rect width="20" height="20" fill="url(#b)"/></svg>)~",
+            &options);
+        // Four tiles of b, each holding a copy of a with its one rect.
+        EXPECT_EQ(Count(flat, "<pattern id=\"kolv_pattern_"), 4u) << flat;
+        EXPECT_EQ(Count(flat, "<rect"), 9u) << flat;
+    }
+}

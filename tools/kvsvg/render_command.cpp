@@ -92,6 +92,9 @@ int32_t LoadFlat(const char* path, const RenderSettings& settings, Owned& flat, 
     }
     K_SvgFlatOptions options{kSvgFlatOptionsSize, settings.width, settings.height, 0};
     ToolImagePolicy(document.handle, path, settings.allowAnyFile, options);
+    // Patterns become tiles clipped to their shapes, which every engine draws.
+    if (!settings.strict)
+        options.uFlags |= SVG_FLAT_EXPAND_PATTERNS;
     if (int32_t status = K_SvgFlatDocument(document.handle, &flat.handle, &options); status != SUCCESS) {
         failure = {"flatten", status};
         return status;
