@@ -54,16 +54,18 @@ public:
     // Null for the document.
     NodeContainer* GetParent() const { return parent_; }
     Document* GetDocument() const;
-    // Where the node began in the input, from 1.
+    // Where the node began in the input, from 1: the "<" of markup, the
+    // "&" of a reference, the first byte of text or of an attribute.
     int GetLine() const { return line_; }
     int GetColumn() const { return column_; }
+    void SetPosition(int line, int column) { line_ = line, column_ = column; }
 
 protected:
     Node() = default;
 
 private:
     friend class NodeContainer;
-    friend class Parser;
+    friend class Element;
     NodeContainer* parent_ = nullptr;
     int line_ = 1;
     int column_ = 1;
@@ -145,8 +147,11 @@ public:
     const std::map<std::string, std::string, std::less<>>& GetEntities() const { return entities_; }
     const std::string* FindEntity(std::string_view name) const;
 
+    void SetDeclaration(std::string version, std::string encoding, std::string standalone);
+    // False, and the table unchanged, when the name was declared before.
+    bool AddEntity(std::string name, std::string value);
+
 private:
-    friend class Parser;
     std::string version_;
     std::string encoding_ = "UTF-8";
     std::string standalone_;
@@ -249,8 +254,9 @@ private:
     std::string message_;
 };
 
-// Numbers of faults found by this reader beyond the syntax numbers 1 to 43
-// (see adv_xml_parser.cpp): bounds of base/safety_limits.h reached.
+// Fault numbers beyond the syntax numbers 1 to 43 (listed in
+// adv_xml_parser.cpp): a bound of base/safety_limits.h reached, and an
+// entity whose replacement text reaches itself.
 enum : int {
     kErrorInputTooLarge = 44,
     kErrorTooDeep = 45,
