@@ -87,22 +87,29 @@ void ScanReferences(std::string_view text, Literal literal, Visit visit)
     literal(text.substr(copied));
 }
 
-// Expands predefined and declared general entities of text. The depth
-// bound guards trees that were built by hand rather than parsed (a parsed
-// tree has had its entities measured, so its cycles were refused).
+void AppendExpanded(const Document* document, std::string_view text, std::string& out, size_t depth);
+
+// The text one reference stands for: a predefined character, a declared
+// entity's replacement text expanded in turn, or nothing. The depth bound
+// guards trees that were built by hand rather than parsed (a parsed tree has
+// had its entities measured, so its cycles were refused).
+void AppendEntity(const Document* document, std::string_view name, std::string& out, size_t depth)
+{
+    if (const char* character = PredefinedEntity(name)) {
+        out.append(character);
+        return;
+    }
+    const std::string* value = document ? document->FindEntity(name) : nullptr;
+    if (value && depth < kvlimits::kMaxLegacyEntityNesting)
+        AppendExpanded(document, *value, out, depth + 1);
+}
+
+// Expands predefined and declared general entities of text.
 void AppendExpanded(const Document* document, std::string_view text, std::string& out, size_t depth)
 {
     ScanReferences(
         text, [&](std::string_view piece) { out.append(piece); },
-        [&](std::string_view name) {
-            if (const char* character = PredefinedEntity(name)) {
-                out.append(character);
-                return;
-            }
-            const std::string* value = document ? document->FindEntity(name) : nullptr;
-            if (value && depth < kvlimits::kMaxLegacyEntityNesting)
-                AppendExpanded(document, *value, out, depth + 1);
-        });
+        [&](std::string_view name) { AppendEntity(document, name, out, depth); });
 }
 
 std::string DecodePredefined(std::string_view raw)
@@ -163,6 +170,10 @@ Document* Node::GetDocument() const
 Node* NodeContainer::AddChild(std::unique_ptr<Node> child)
 {
     child->parent_ = this;
+    // Containers are small; growing 1, 2, 4 costs three allocations where
+    // one will do.
+    if (children_.empty())
+        children_.reserve(4);
     children_.push_back(std::move(child));
     return children_.back().get();
 }
@@ -233,6 +244,8 @@ bool Element::GetAttributeValue(std::string_view name, std::string* value) const
 Attribute* Element::AddAttribute(std::unique_ptr<Attribute> attribute)
 {
     attribute->parent_ = this;
+    if (attributes_.empty())
+        attributes_.reserve(8);
     attributes_.push_back(std::move(attribute));
     return attributes_.back().get();
 }
@@ -304,7 +317,7 @@ const std::string* Document::FindEntity(std::string_view name) const
 std::string EntityRef::GetValue() const
 {
     std::string value;
-    AppendExpanded(GetDocument(), "&" + GetName() + ";", value, 0);
+    AppendEntity(GetDocument(), GetName(), value, 0);
     return value;
 }
 
@@ -386,12 +399,35 @@ struct Scanner {
 
     [[noreturn]] void Fail(int number) const { throw ParsingException(number, line, std::max(column, 1)); }
 
-    char Peek()
+    // What Next would return, without moving.
+    char Peek() const
     {
-        Mark mark = Save();
-        char c = Next();
-        Restore(mark);
-        return c;
+        if (position >= buffer->size())
+            return 0;
+        char c = (*buffer)[position];
+        return c == '\r' ? '\n' : c;
+    }
+
+    // Takes in one step a run of bytes up to the first that `stops` (line
+    // breaks and the end always stop it, since they need Next's care). The
+    // text and attribute loops spend most of their time here.
+    template <class Stops>
+    void TakeRun(std::string& out, Stops stops)
+    {
+        size_t end = position;
+        const size_t size = buffer->size();
+        while (end < size) {
+            char c = (*buffer)[end];
+            if (c == '\r' || c == '\n' || c == 0 || stops(c))
+                break;
+            ++end;
+        }
+        if (end == position)
+            return;
+        out.append(*buffer, position, end - position);
+        column += static_cast<int>(end - position);
+        previousColumn = column - 1;
+        position = end;
     }
 
     bool Match(std::string_view keyword)
@@ -1079,6 +1115,7 @@ private:
             if (c == ']' && s_.Peek() == '>')
                 s_.Fail(15);
             pending.push_back(c);
+            s_.TakeRun(pending, [](char next) { return next == '<' || next == '&' || next == ']'; });
         }
     }
 
@@ -1185,6 +1222,7 @@ private:
             if (c == '<')
                 s_.Fail(5);
             raw.push_back(c);
+            s_.TakeRun(raw, [quote](char next) { return next == quote || next == '<'; });
         }
         if (element.GetAttribute(name))
             throw ParsingException(11, at.line, at.column);
