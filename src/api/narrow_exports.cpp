@@ -84,10 +84,8 @@ int32_t K_SvgRemoveElementAttributeA(SvgHandle node, const char* name)
 
 int32_t K_SvgDecodeDataUriToFileA(const SvgDataUriA* dataUri, const char* path)
 {
-    if (!path)
+    if (!dataUri || !path)
         return ERROR_INV_PARAMETER;
-    if (!dataUri)
-        return K_SvgDecodeDataUriToFile(nullptr, u"");
     WideDataUri wideUri;
     if (int32_t status = wideUri.Convert(*dataUri); status != SUCCESS)
         return status;

@@ -494,6 +494,31 @@ TEST(NarrowRecords, AllocationFailuresLeaveNothingBehind)
              return status;
          }},
         {"set attribute", [&] { return K_SvgSetElementAttributeValueA(text, "id", "t\xC3\xAB"); }},
+        {"insert user element", [&] {
+             Handle node;
+             int32_t status = K_SvgInsertUserElementA(g, "\xC3\xA9l", SVG_INSERT_LAST_CHILD, node.out());
+             if (status == SUCCESS)
+                 K_SvgRemoveElement(node);
+             return status;
+         }},
+        {"select nodes", [&] {
+             SvgNodesIterator nodes{kSvgNodesIteratorSize, 0, nullptr};
+             int32_t status = K_SvgSelectNodesA(document, "//*[@id='t\xC3\xAB']", &nodes);
+             K_SvgFreeIterator(&nodes);
+             return status;
+         }},
+        {"decode data uri", [&] {
+             SvgDataUriA uri;
+             const char* gif = "data:image/gif;base64,R0lGODlh";
+             if (K_SvgParseDataUriA(gif, &uri, kSvgDataUriASize) != SUCCESS)
+                 return ERROR_NO_MEMORY;
+             void* block = nullptr;
+             size_t size = 0;
+             int32_t status = K_SvgDecodeDataUriToMemoryA(&uri, &block, &size);
+             K_SvgFreeMemory(block);
+             // The wide decoder reports a block it cannot have as no bytes.
+             return status == SUCCESS && size == 0 ? ERROR_NO_MEMORY : status;
+         }},
         {"save", [&] {
              void* block = nullptr;
              size_t size = 0;
