@@ -26,7 +26,8 @@
 //   17 declaration without version   18 declaration without "?>"
 //   19, 20 encoding: no value, bad name
 //   21, 22 standalone: no value, neither "yes" nor "no"
-//   23 comment holding "--"          25 processing instruction target
+//   23 comment holding "--"          24 "<![" that does not open CDATA
+//   25 processing instruction target
 //   26 DOCTYPE                        27 external identifier
 //   28 public identifier             29, 30, 32 "<!ELEMENT" and its model
 //   33 to 37 "<!ATTLIST": name, attribute name, type, enumeration, default
@@ -1159,7 +1160,9 @@ private:
             Close(open);
         } else if (s_.Match("!--")) {
             ReadComment(*open.back(), at);
-        } else if (s_.Match("![CDATA[")) {
+        } else if (s_.Match("![")) {
+            if (!s_.Match("CDATA["))
+                s_.Fail(24);
             Add(*open.back(), std::make_unique<CData>(s_.ReadUntil("]]>")), at);
         } else if (s_.Match("?")) {
             ReadPi(*open.back(), at);
