@@ -1239,7 +1239,9 @@ private:
     }
 
     // xml:space of text elements. A tspan pushes twice and its end pops
-    // both, as the older reader kept its stack.
+    // both, as the older reader kept its stack. The stack belongs to one
+    // read rather than to the process, so reads on several threads need no
+    // lock and cannot see each other's state.
     void Open(const Element& element)
     {
         const std::string& name = element.GetName();
