@@ -10,19 +10,6 @@
 #include "document/narrow_records.h"
 #include "kvsvg/kvsvg.h"
 
-// The narrow records are their wide twins with char* for KvChar*; the
-// conversions copy them whole and rewrite only the strings.
-static_assert(sizeof(SvgSvgElementA) == sizeof(SvgSvgElement));
-static_assert(sizeof(SvgTextElementA) == sizeof(SvgTextElement));
-static_assert(offsetof(SvgTextElementA, textCount) == offsetof(SvgTextElement, textCount));
-static_assert(offsetof(SvgTextElementA, style.paint.markers.markerEnd.id) ==
-              offsetof(SvgTextElement, style.paint.markers.markerEnd.id));
-static_assert(offsetof(SvgFontFaceElementA, font.font.text) == offsetof(SvgFontFaceElement, font.font.text));
-static_assert(offsetof(SvgAltGlyphElementA, style.stop.stopColor.color.text) ==
-              offsetof(SvgAltGlyphElement, style.stop.stopColor.color.text));
-static_assert(kSvgSaveOptionsASize == 26, "the narrow save options are packed");
-static_assert(kSvgSaveOptionsSize == 36);
-
 // ---- Path or text in ----------------------------------------------------------
 
 int32_t K_SvgLoadDocumentA(const char* path, SvgHandle* document, const SvgLoadOptions* options)

@@ -1,8 +1,79 @@
 #include "document/narrow_records.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include "base/narrow_text.h"
+
+// Each narrow record mirrors its wide twin with char* for KvChar*: the
+// conversions copy records whole and rewrite only the strings, so a field
+// added on one side only must fail here.
+#define KV_MIRRORS(Narrow, Wide) static_assert(sizeof(Narrow) == sizeof(Wide) && alignof(Narrow) == alignof(Wide))
+KV_MIRRORS(SvgColorA, SvgColor);
+KV_MIRRORS(SvgPaintA, SvgPaint);
+KV_MIRRORS(SvgReferenceA, SvgReference);
+KV_MIRRORS(SvgColorValueA, SvgColorValue);
+KV_MIRRORS(SvgColorProfileA, SvgColorProfile);
+KV_MIRRORS(SvgFontNameA, SvgFontName);
+KV_MIRRORS(SvgCoreAttributesA, SvgCoreAttributes);
+KV_MIRRORS(SvgConditionalAttributesA, SvgConditionalAttributes);
+KV_MIRRORS(SvgXlinkAttributesA, SvgXlinkAttributes);
+KV_MIRRORS(SvgFillA, SvgFill);
+KV_MIRRORS(SvgStrokeA, SvgStroke);
+KV_MIRRORS(SvgMarkerAttributesA, SvgMarkerAttributes);
+KV_MIRRORS(SvgStopAttributesA, SvgStopAttributes);
+KV_MIRRORS(SvgFontAttributesA, SvgFontAttributes);
+KV_MIRRORS(SvgTextAttributesA, SvgTextAttributes);
+KV_MIRRORS(SvgColorValueAttributesA, SvgColorValueAttributes);
+KV_MIRRORS(SvgPaintAttributesA, SvgPaintAttributes);
+KV_MIRRORS(K_SvgStylePropA, K_SvgStyleProp);
+KV_MIRRORS(SvgSvgElementA, SvgSvgElement);
+KV_MIRRORS(SvgGElementA, SvgGElement);
+KV_MIRRORS(SvgDescElementA, SvgDescElement);
+KV_MIRRORS(SvgSymbolElementA, SvgSymbolElement);
+KV_MIRRORS(SvgUseElementA, SvgUseElement);
+KV_MIRRORS(SvgImageElementA, SvgImageElement);
+KV_MIRRORS(SvgStyleElementA, SvgStyleElement);
+KV_MIRRORS(SvgPathElementA, SvgPathElement);
+KV_MIRRORS(SvgRectElementA, SvgRectElement);
+KV_MIRRORS(SvgCircleElementA, SvgCircleElement);
+KV_MIRRORS(SvgEllipseElementA, SvgEllipseElement);
+KV_MIRRORS(SvgLineElementA, SvgLineElement);
+KV_MIRRORS(SvgPolyElementA, SvgPolyElement);
+KV_MIRRORS(SvgTextElementA, SvgTextElement);
+KV_MIRRORS(SvgTSpanElementA, SvgTSpanElement);
+KV_MIRRORS(SvgTRefElementA, SvgTRefElement);
+KV_MIRRORS(SvgTextPathElementA, SvgTextPathElement);
+KV_MIRRORS(SvgAltGlyphElementA, SvgAltGlyphElement);
+KV_MIRRORS(SvgAltGlyphDefElementA, SvgAltGlyphDefElement);
+KV_MIRRORS(SvgGlyphRefElementA, SvgGlyphRefElement);
+KV_MIRRORS(SvgMarkerElementA, SvgMarkerElement);
+KV_MIRRORS(SvgColorProfileElementA, SvgColorProfileElement);
+KV_MIRRORS(SvgLinearGradientElementA, SvgLinearGradientElement);
+KV_MIRRORS(SvgRadialGradientElementA, SvgRadialGradientElement);
+KV_MIRRORS(SvgStopElementA, SvgStopElement);
+KV_MIRRORS(SvgPatternElementA, SvgPatternElement);
+KV_MIRRORS(SvgClipPathElementA, SvgClipPathElement);
+KV_MIRRORS(SvgFontElementA, SvgFontElement);
+KV_MIRRORS(SvgGlyphElementA, SvgGlyphElement);
+KV_MIRRORS(SvgMissingGlyphElementA, SvgMissingGlyphElement);
+KV_MIRRORS(SvgKernElementA, SvgKernElement);
+KV_MIRRORS(SvgFontFaceElementA, SvgFontFaceElement);
+KV_MIRRORS(SvgFontFaceSrcElementA, SvgFontFaceSrcElement);
+KV_MIRRORS(SvgFontFaceUriElementA, SvgFontFaceUriElement);
+KV_MIRRORS(SvgFontFaceFormatElementA, SvgFontFaceFormatElement);
+KV_MIRRORS(SvgFontFaceNameElementA, SvgFontFaceNameElement);
+KV_MIRRORS(SvgAnchorElementA, SvgAnchorElement);
+KV_MIRRORS(SvgMaskElementA, SvgMaskElement);
+#undef KV_MIRRORS
+static_assert(offsetof(SvgTextElementA, textCount) == offsetof(SvgTextElement, textCount));
+static_assert(offsetof(SvgTextElementA, style.paint.markers.markerEnd.id) ==
+              offsetof(SvgTextElement, style.paint.markers.markerEnd.id));
+static_assert(offsetof(SvgFontFaceElementA, font.font.text) == offsetof(SvgFontFaceElement, font.font.text));
+static_assert(offsetof(SvgAltGlyphElementA, style.stop.stopColor.color.text) ==
+              offsetof(SvgAltGlyphElement, style.stop.stopColor.color.text));
+static_assert(kSvgSaveOptionsASize == 26, "the narrow save options are packed");
+static_assert(kSvgSaveOptionsSize == 36);
 
 namespace {
 
