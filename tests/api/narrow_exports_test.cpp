@@ -86,6 +86,28 @@ TEST(NarrowTextIn, Utf8ArgumentsReachTheWideExportsIntact)
     EXPECT_EQ(SaveRaw(document), "<svg><g id=\"\xC3\xB1\">" + mixed + "<fa\xC3\xA7" "ade/></g></svg>");
 }
 
+TEST(NarrowTextIn, BytesThatAreNotUtf8ReadAsReplacementCharacters)
+{
+    Handle document;
+    ASSERT_EQ(LoadText("<svg/>", document), SUCCESS);
+    Handle root(Select(document, u"svg"));
+    const struct {
+        const char* bytes;
+        std::u16string_view wide;
+    } rows[] = {
+        {"a\xFFz", u"a\uFFFDz"},               // never a UTF-8 byte
+        {"a\xC3", u"a\uFFFD"},                 // cut short at the end
+        {"\xC0\xAF", u"\uFFFD"},               // overlong "/", one sequence
+        {"\xED\xA0\x80!", u"\uFFFD!"},         // a surrogate
+        {"\xE2\x82\xAC", u"\u20AC"},            // and a good one
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.bytes);
+        ASSERT_EQ(K_SvgSetElementAttributeValueA(root, "v", row.bytes), SUCCESS);
+        EXPECT_EQ(WideAttribute(root, u"v"), row.wide);
+    }
+}
+
 TEST(NarrowTextIn, PathsWithNonAsciiNamesOpenTheSameFiles)
 {
     const std::string path = kvtest::ScratchPath("b\xC3\xBCro \xE2\x82\xAC.svg");
