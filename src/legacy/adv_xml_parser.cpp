@@ -347,7 +347,6 @@ struct Scanner {
     int line = 1;
     int column = 0;
     int previousColumn = 0;
-    Document* document = nullptr;
 
     struct Mark {
         size_t position;
@@ -1285,7 +1284,6 @@ std::unique_ptr<Document> Parser::Parse(const void* bytes, size_t size)
     auto document = std::make_unique<Document>();
     Scanner scanner;
     scanner.buffer = &text;
-    scanner.document = document.get();
     Reader(scanner, *document).ReadDocument();
     return document;
 }
@@ -1317,6 +1315,10 @@ int32_t ParseDocument(const void* bytes, size_t size, std::unique_ptr<Document>*
         return ERROR_NO_MEMORY;
     } catch (const std::length_error&) {
         return ERROR_NO_MEMORY;
+    } catch (...) {
+        // Nothing else is thrown by design; should it ever be, the caller
+        // still gets a status rather than a terminated process.
+        return FAILURE;
     }
 }
 
