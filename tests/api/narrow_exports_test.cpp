@@ -381,6 +381,32 @@ TEST(NarrowRecords, CheckSizesInTheWideOrder)
     EXPECT_EQ(SaveRaw(document), "<svg><rect/></svg>");
 }
 
+TEST(NarrowRecords, AFailedReadGivesTheWideStatusAndAnEmptyRecord)
+{
+    Handle document;
+    // Version 1.1 refuses an extended link: the read fails after the core
+    // and conditional strings were taken.
+    ASSERT_EQ(LoadText("<svg version=\"1.1\"><use id=\"u\xC3\xA9\" systemLanguage=\"fr\" "
+                       "xlink:type=\"extended\" xlink:href=\"#a\"/></svg>",
+                       document),
+              SUCCESS);
+    Handle use(Select(document, u"//use"));
+    SvgUseElement wide;
+    ASSERT_EQ(K_SvgInitElement(&wide, SVG_ELEMENT_USE, kSvgUseElementSize), SUCCESS);
+    const int32_t wideStatus = K_SvgGetElement(use, &wide, kSvgUseElementSize);
+    K_SvgFreeElement(&wide, SVG_ELEMENT_USE);
+    ASSERT_NE(wideStatus, SUCCESS);
+
+    SvgUseElementA record;
+    std::memset(&record, 0x5A, sizeof record);
+    EXPECT_EQ(K_SvgGetElementA(use, &record, kSvgUseElementASize), wideStatus);
+    EXPECT_EQ(record.size, kSvgUseElementASize);
+    EXPECT_EQ(record.core.id, nullptr);
+    EXPECT_EQ(record.conditional.systemLanguage, nullptr);
+    EXPECT_EQ(record.href, nullptr);
+    EXPECT_EQ(K_SvgFreeElement(&record, SVG_ELEMENT_USE), SUCCESS);
+}
+
 TEST(NarrowRecords, SaveOptionsArePackedAndTheirIndentConverted)
 {
     Handle document;
