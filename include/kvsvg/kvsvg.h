@@ -268,5 +268,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_flatten.h"
 /* Drawing and bounds. */
 #include "kvsvg/kvsvg_render.h"
+/* Narrow-character (UTF-8) twins. */
+#include "kvsvg/kvsvg_narrow.h"
 
 #endif /* KVSVG_KVSVG_H */
