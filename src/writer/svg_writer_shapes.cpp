@@ -364,6 +364,7 @@ int32_t SvgWriterEngine::EnsureClip()
     if (clipNode_)
         return SUCCESS;
     FreeReference(&current().clip);
+    InitReference(&current().clip);
     const GeneratedId id("Clip", ++clipCount_);
     ScopedRecord<SvgClipPathElement> clipPath(SVG_ELEMENT_CLIPPATH);
     if (clipPath.status() != SUCCESS)
@@ -386,6 +387,7 @@ int32_t SvgWriterEngine::EnsureClip()
 int32_t SvgWriterEngine::ResetClip()
 {
     FreeReference(&current().clip);
+    InitReference(&current().clip);
     clipNode_ = {};
     return SUCCESS;
 }

@@ -59,6 +59,7 @@ void ReleaseWriterObject(MyDisposable* object, kvdrw::Engine* owner)
 void SetPaintColor(SvgPaint& paint, double& opacity, const KvColor& color)
 {
     FreePaint(&paint);
+    InitPaint(&paint);
     paint.kind = SVG_PAINT_COLOR;
     paint.color.kind = SVG_COLOR_RGB;
     SetNumber(paint.color.red, color.red);
@@ -127,6 +128,7 @@ int32_t MyPen::SetWidth(double width)
 int32_t MyPen::SetDashStyle(int32_t dashStyle)
 {
     FreeDashArray(&stroke_.dashArray);
+    InitDashArray(&stroke_.dashArray);
     dashStyle_ = dashStyle;
     // Dash and gap lengths in user units, whatever the width: what a viewer
     // shows for a wide pen is shorter dashes than the engines draw.
@@ -239,8 +241,10 @@ int32_t MySolidBrush::SetColor(const KvColor* color)
         return ERROR_INV_PARAMETER;
     SetPaintColor(fill_.paint, fill_.opacity, *color);
     // Black is the default fill: it is left unsaid.
-    if (color->red == 0 && color->green == 0 && color->blue == 0)
+    if (color->red == 0 && color->green == 0 && color->blue == 0) {
         FreePaint(&fill_.paint);
+        InitPaint(&fill_.paint);
+    }
     return SUCCESS;
 }
 
@@ -249,6 +253,7 @@ namespace {
 int32_t SetFillReference(SvgFill& fill, const char16_t* id)
 {
     FreePaint(&fill.paint);
+    InitPaint(&fill.paint);
     if (int32_t status = CopyTrackedText(&fill.paint.color.text, id); status != SUCCESS)
         return status;
     fill.paint.kind = SVG_PAINT_REFERENCE;
