@@ -198,7 +198,12 @@ private:
     template <class Record>
     int32_t InsertShape(ScopedRecord<Record>& record, uint32_t type, kvdrw::Pen* pen, kvdrw::Brush* brush);
     int32_t EnsureDefs();
+    // Takes out a defs element that a failed call made.
+    void DropDefs();
     int32_t EnsureClip();
+    // Adds a rect or path to the open clipPath by the combine mode; a shape
+    // that cannot be added takes the clipPath and defs made for it along.
+    int32_t AddClipShape(uint32_t type, ScopedAnyRecord& shape, int32_t combineMode, bool selfClip);
     int32_t InsertPaintServer(uint32_t type, const void* record, SvgElementView* inserted);
     int32_t MakeGradient(kvdrw::LinearGradientBrush** brush, const KvPoint& from, const KvPoint& to,
                          const KvColor* colors, const double* offsets, int32_t count, double angleDegrees);

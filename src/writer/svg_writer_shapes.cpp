@@ -359,6 +359,12 @@ int32_t SvgWriterEngine::EnsureDefs()
     return root_.Insert(SVG_ELEMENT_DEFS, defs.data(), kSvgInsertLastChild, &defs_);
 }
 
+void SvgWriterEngine::DropDefs()
+{
+    RemoveElement(*document_, defs_);
+    defs_ = {};
+}
+
 int32_t SvgWriterEngine::EnsureClip()
 {
     if (clipNode_)
@@ -416,26 +422,15 @@ int32_t SvgWriterEngine::SetClipRect(const KvRectangle* rect, int32_t combineMod
 {
     if (!rect)
         return ERROR_INV_PARAMETER;
-    const ClipStep step = ClipStepFor(combineMode);
-    if (step == ClipStep::kReset)
-        return ResetClip();
-    if (int32_t status = EnsureDefs(); status != SUCCESS)
-        return status;
-    if (step == ClipStep::kReplace)
-        ResetClip();
-    if (int32_t status = EnsureClip(); status != SUCCESS)
-        return status;
     ScopedRecord<SvgRectElement> clipRect(SVG_ELEMENT_RECT);
-    if (clipRect.status() != SUCCESS)
-        return clipRect.status();
-    clipRect->x = Length(rect->x);
-    clipRect->y = Length(rect->y);
-    clipRect->width = Length(rect->width);
-    clipRect->height = Length(rect->height);
-    // The rectangle takes the entry's clip, which now names its own clipPath.
-    Borrowed borrowed(nullptr, clipRect->style);
-    clipRect->style.clipPath = current().clip;
-    return clipNode_.Insert(SVG_ELEMENT_RECT, clipRect.data(), kSvgInsertLastChild);
+    if (clipRect.status() == SUCCESS) {
+        clipRect->x = Length(rect->x);
+        clipRect->y = Length(rect->y);
+        clipRect->width = Length(rect->width);
+        clipRect->height = Length(rect->height);
+    }
+    // The rectangle takes the entry's clip, which by then names its own clipPath.
+    return AddClipShape(SVG_ELEMENT_RECT, clipRect, combineMode, true);
 }
 
 int32_t SvgWriterEngine::SetClipPath(kvdrw::GraphicsPath* path, int32_t combineMode)
@@ -443,22 +438,48 @@ int32_t SvgWriterEngine::SetClipPath(kvdrw::GraphicsPath* path, int32_t combineM
     auto* writerPath = dynamic_cast<MyGraphicsPath*>(path);
     if (!writerPath)
         return ERROR_INV_PARAMETER;
+    ScopedRecord<SvgPathElement> clipPath(SVG_ELEMENT_PATH);
+    if (clipPath.status() == SUCCESS) {
+        clipPath->d = writerPath->PathData();
+        clipPath->style.paint.fill.rule = writerPath->fillRule();
+    }
+    const int32_t status = AddClipShape(SVG_ELEMENT_PATH, clipPath, combineMode, false);
+    InitPathData(&clipPath->d);
+    return status;
+}
+
+int32_t SvgWriterEngine::AddClipShape(uint32_t type, ScopedAnyRecord& shape, int32_t combineMode, bool selfClip)
+{
     const ClipStep step = ClipStepFor(combineMode);
     if (step == ClipStep::kReset)
         return ResetClip();
+    if (shape.status() != SUCCESS)
+        return shape.status();
+    // What this call makes goes again when the shape cannot be added: an
+    // empty clipPath would hide everything drawn under it.
+    const bool hadDefs = static_cast<bool>(defs_);
     if (int32_t status = EnsureDefs(); status != SUCCESS)
         return status;
     if (step == ClipStep::kReplace)
         ResetClip();
-    if (int32_t status = EnsureClip(); status != SUCCESS)
-        return status;
-    ScopedRecord<SvgPathElement> clipPath(SVG_ELEMENT_PATH);
-    if (clipPath.status() != SUCCESS)
-        return clipPath.status();
-    clipPath->d = writerPath->PathData();
-    clipPath->style.paint.fill.rule = writerPath->fillRule();
-    const int32_t status = clipNode_.Insert(SVG_ELEMENT_PATH, clipPath.data(), kSvgInsertLastChild);
-    InitPathData(&clipPath->d);
+    const bool hadClip = static_cast<bool>(clipNode_);
+    int32_t status = EnsureClip();
+    if (status == SUCCESS) {
+        K_SvgStyleProp& style = type == SVG_ELEMENT_RECT ? shape.as<SvgRectElement>().style
+                                                         : shape.as<SvgPathElement>().style;
+        Borrowed borrowed(nullptr, style);
+        if (selfClip)
+            style.clipPath = current().clip;
+        status = clipNode_.Insert(type, shape.data(), kSvgInsertLastChild);
+    }
+    if (status == SUCCESS)
+        return SUCCESS;
+    if (!hadClip && clipNode_) {
+        RemoveElement(*document_, clipNode_);
+        ResetClip();
+    }
+    if (!hadDefs)
+        DropDefs();
     return status;
 }
 
@@ -474,6 +495,7 @@ int32_t SvgWriterEngine::MakeGradient(kvdrw::LinearGradientBrush** brush, const 
     TrackWriterObject(made);
     made->SetOwner(measuring_);
     const GeneratedId id("LinearGradient", ++gradientCount_);
+    const bool hadDefs = static_cast<bool>(defs_);
     SvgElementView gradient;
     const int32_t status = [&]() -> int32_t {
         if (int32_t ensured = EnsureDefs(); ensured != SUCCESS)
@@ -517,8 +539,11 @@ int32_t SvgWriterEngine::MakeGradient(kvdrw::LinearGradientBrush** brush, const 
         return made->SetReference(id.text);
     }();
     if (status != SUCCESS) {
-        // A gradient with only some of its stops would draw wrong: it goes.
+        // A gradient with only some of its stops would draw wrong: it goes,
+        // and so does a defs element made for it.
         RemoveElement(*document_, gradient);
+        if (!hadDefs)
+            DropDefs();
         ReleaseWriterObject(made, measuring_);
         return status;
     }
@@ -570,6 +595,7 @@ int32_t SvgWriterEngine::CreateHatchBrush(kvdrw::HatchBrush** brush, int32_t hat
     TrackWriterObject(made);
     made->SetOwner(measuring_);
     const GeneratedId id("Pattern", ++patternCount_);
+    const bool hadDefs = static_cast<bool>(defs_);
     SvgElementView pattern;
     const int32_t status = [&]() -> int32_t {
         if (int32_t ensured = EnsureDefs(); ensured != SUCCESS)
@@ -635,6 +661,8 @@ int32_t SvgWriterEngine::CreateHatchBrush(kvdrw::HatchBrush** brush, int32_t hat
     }();
     if (status != SUCCESS) {
         RemoveElement(*document_, pattern);
+        if (!hadDefs)
+            DropDefs();
         ReleaseWriterObject(made, measuring_);
         return status;
     }

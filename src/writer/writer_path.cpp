@@ -394,12 +394,17 @@ int32_t MyGraphicsPath::AddPathData(const KvPoint* points, const int32_t* types,
         default:  // a cubic, with or without the close
             status = WriteBezier(current, points[i], points[i + 1], points[i + 2]);
             current = points[i + 2];
-            i += 2;
             break;
         }
         if (status != SUCCESS)
             return status;
-        const bool closes = type == kvdrw::kPathLineToClose || type == kvdrw::kPathBezierToClose;
+        // A curve's close mark may stand on any of its three points.
+        bool closes = type == kvdrw::kPathLineToClose;
+        if (type == kvdrw::kPathBezierTo || type == kvdrw::kPathBezierToClose) {
+            closes = type == kvdrw::kPathBezierToClose || types[i + 1] == kvdrw::kPathBezierToClose ||
+                     types[i + 2] == kvdrw::kPathBezierToClose;
+            i += 2;
+        }
         if (closes && closeArmed) {
             if (status = WriteClose(); status != SUCCESS)
                 return status;
