@@ -85,6 +85,15 @@ TEST(WriterShapes, EachDrawCallWritesOneElementWithItsGeometry)
         {"arc, a quarter",
          [](auto& e, auto& t) { return e.DrawArc(t.pen.get(), 0, 0, 20, 20, 0, 90); },
          Element(R"~(path d="M20 10 C20.124 15.326 15.326 20.124 10 20")~", strokeOnly)},
+        // Backwards: the same curve, run from its other end.
+        {"arc, a quarter backwards",
+         [](auto& e, auto& t) { return e.DrawArc(t.pen.get(), 0, 0, 20, 20, 90, -90); },
+         Element(R"~(path d="M10 20 C15.326 20.124 20.124 15.326 20 10")~", strokeOnly)},
+        // On an ellipse the angle is seen from the centre: 45 degrees ends on
+        // the diagonal of the box, not at the parameter 45.
+        {"arc on an ellipse",
+         [](auto& e, auto& t) { return e.DrawArc(t.pen.get(), 0, 0, 40, 20, 0, 45); },
+         Element(R"~(path d="M40 10 C40.0695 13.707 35.6066 17.3176 28.9443 18.9443")~", strokeOnly)},
         {"pie, a quarter",
          [](auto& e, auto& t) { return e.DrawPie(t.pen.get(), t.brush.get(), 0, 0, 20, 20, 0, 90); },
          Element(R"~(path d="M20 10 C20.124 15.326 15.326 20.124 10 20 L10 20 L10 10 L20 10")~",
