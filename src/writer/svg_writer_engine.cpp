@@ -12,6 +12,7 @@
 #include "base/numeric.h"
 #include "base/tracked_memory.h"
 #include "base/utf.h"
+#include "document/svg_base_handler.h"
 #include "document/svg_document_handler.h"
 #include "drawing/drawing_engines.h"
 #include "values/file_option_attributes.h"
@@ -27,6 +28,7 @@ namespace {
 constexpr int32_t kStateStep = 20;
 
 constexpr char16_t kXlinkNamespace[] = u"http://www.w3.org/1999/xlink";
+constexpr char16_t kSvgNamespace[] = u"http://www.w3.org/2000/svg";
 
 // Whether a caller's options record is long enough to hold a field.
 template <class Field>
@@ -202,6 +204,15 @@ int32_t SvgWriterEngine::Attach(SvgDocumentHandler& document, const SvgFileOptio
             if (int32_t inserted = documentNode.Insert(SVG_ELEMENT_SVG, svg.data(), kSvgInsertLastChild, &root_);
                 inserted != SUCCESS)
                 return inserted;
+            // The record has no field for the default namespace, and without
+            // it no other viewer takes the recording for SVG.
+            SvgBaseHandler* made = nullptr;
+            if (int32_t wrapped = WrapXmlNode(&made, root_.node()); wrapped != SUCCESS)
+                return wrapped;
+            SvgHandlerPtr rootHandler(made);
+            AttachOwner(&document, made);
+            if (int32_t named = rootHandler->SetAttribute(u"xmlns", kSvgNamespace); named != SUCCESS)
+                return named;
         }
         // What is drawn here is flat as it stands: no transform to bake, no
         // style to cascade.

@@ -40,14 +40,14 @@ TEST(WriterLifecycle, NewDocumentHasAFlatSvgRootShapedByTheOptions)
         std::string root;
         double resolution;
     } cases[] = {
-        {"no options", nullptr, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" IsFlat="true"/>)~", 96},
-        {"size", &sized, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" height="600" width="800" IsFlat="true"/>)~",
+        {"no options", nullptr, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" xmlns="http://www.w3.org/2000/svg" IsFlat="true"/>)~", 96},
+        {"size", &sized, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" height="600" width="800" xmlns="http://www.w3.org/2000/svg" IsFlat="true"/>)~",
          96},
         {"resolution", &resolved,
-         R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" IsFlat="true" DpiX="300" DpiY="150"/>)~", 150},
+         R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" xmlns="http://www.w3.org/2000/svg" IsFlat="true" DpiX="300" DpiY="150"/>)~", 150},
         // Sizes and resolutions come in pairs.
-        {"one side only", &oneSide, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" IsFlat="true"/>)~", 96},
-        {"an empty size", &empty, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" IsFlat="true"/>)~", 96},
+        {"one side only", &oneSide, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" xmlns="http://www.w3.org/2000/svg" IsFlat="true"/>)~", 96},
+        {"an empty size", &empty, R"~(<svg xmlns:xlink="http://www.w3.org/1999/xlink" xmlns="http://www.w3.org/2000/svg" IsFlat="true"/>)~", 96},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
