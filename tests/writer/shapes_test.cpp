@@ -415,3 +415,44 @@ TEST(WriterShapes, PathGeometryStaysAvailableThroughTheMeasuringSide)
 }
 
 }  // namespace
+
+namespace {
+
+// Objects of another engine are the caller's mistake; the recording engine
+// refuses them instead of writing what it cannot read, and gives them back
+// to the drawing library when asked to delete them.
+TEST(WriterShapes, ObjectsOfAnotherEngineAreRefused)
+{
+    void* handle = nullptr;
+    ASSERT_EQ(K_DrawingCreateMeasureEngine(&handle), SUCCESS);
+    auto& other = *static_cast<kvdrw::Engine*>(handle);
+    kvdrw::Pen* pen = nullptr;
+    kvdrw::SolidBrush* brush = nullptr;
+    kvdrw::Font* font = nullptr;
+    kvdrw::GraphicsPath* path = nullptr;
+    const KvColor red = Rgb(255, 0, 0);
+    ASSERT_EQ(other.CreatePen(&pen, &red, 1, 0), SUCCESS);
+    ASSERT_EQ(other.CreateSolidBrush(&brush, &red), SUCCESS);
+    ASSERT_EQ(other.CreateFont(&font, 0, u"Arial", 12, 0), SUCCESS);
+    ASSERT_EQ(other.CreatePath(&path), SUCCESS);
+    {
+        Recording recording;
+        kvdrw::Engine& e = recording.engine();
+        const KvPoint at = {0, 0};
+        EXPECT_EQ(e.DrawLine(pen, 0, 0, 1, 1), ERROR_INV_PARAMETER);
+        EXPECT_EQ(e.DrawRectangle(nullptr, brush, 0, 0, 1, 1), ERROR_INV_PARAMETER);
+        EXPECT_EQ(e.DrawPath(nullptr, nullptr, path), ERROR_INV_PARAMETER);
+        EXPECT_EQ(e.SetClipPath(path, kvdrw::kCombineReplace), ERROR_INV_PARAMETER);
+        EXPECT_EQ(e.DrawString(u"a", 1, font, brush, &at, nullptr), ERROR_INV_PARAMETER);
+        EXPECT_EQ(recording.Body(), "");
+        // A measuring object handed to the recording engine goes back to the
+        // drawing library, which made it.
+        EXPECT_EQ(e.DeleteObject(path), SUCCESS);
+    }
+    other.DeleteObject(pen);
+    other.DeleteObject(brush);
+    other.DeleteObject(font);
+    K_DrawingDestroyEngine(handle);
+}
+
+}  // namespace
