@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "base/tracked_memory.h"
+#include "document/svg_document_handler.h"
+#include "writer/svg_writer_engine.h"
 #include "writer/writer_test_support.h"
 
 namespace {
@@ -357,6 +359,34 @@ TEST(WriterLifecycle, LackOfMemoryInDrawCallsLeavesTheDocumentWhole)
         }
         EXPECT_TRUE(succeeded);
     }
+}
+
+}  // namespace
+
+namespace {
+
+// The internal form for whole-document operations: an engine on a document
+// the caller owns, drawing after what the root already holds, and giving
+// the update bracket back when it goes.
+TEST(WriterLifecycle, EngineOnAnExistingDocumentDrawsAfterItsContent)
+{
+    const char text[] = R"~(<svg width="20" height="10"><circle cx="1" cy="1" r="1"/></svg>)~";
+    SvgHandle document = nullptr;
+    ASSERT_EQ(K_SvgLoadDocumentMemory(text, sizeof text - 1, &document, nullptr), SUCCESS);
+    kvdrw::svg::SvgWriterEngine* engine = nullptr;
+    ASSERT_EQ(kvdrw::svg::CreateSvgWriterForDocument(&engine, *AsDocument(document), nullptr), SUCCESS);
+    {
+        Object<kvdrw::SolidBrush> brush(*engine);
+        const KvColor red = Rgb(255, 0, 0);
+        ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &red), SUCCESS);
+        ASSERT_EQ(engine->DrawRectangle(nullptr, brush.get(), 0, 0, 2, 2), SUCCESS);
+    }
+    kvdrw::svg::SvgWriterEngine::Destroy(engine);
+    // The engine's update bracket went with it: none is left open.
+    EXPECT_EQ(K_SvgEndUpdateDocument(document), FAILURE);
+    EXPECT_EQ(kvtest::BodyText(document),
+              R"~(<circle cx="1" cy="1" r="1"/><rect x="0" y="0" width="2" height="2" fill="rgb(255,0,0)"/>)~");
+    K_SvgFreeNode(document);
 }
 
 }  // namespace
