@@ -17,7 +17,11 @@
 #include "drawing/drawing_engines.h"
 #include "values/file_option_attributes.h"
 #include "values/value_records.h"
+#include "writer/writer_brushes.h"
+#include "writer/writer_font.h"
 #include "writer/writer_path.h"
+#include "writer/writer_pen.h"
+#include "writer/writer_string_format.h"
 
 namespace kvdrw::svg {
 

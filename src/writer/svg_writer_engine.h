@@ -29,7 +29,7 @@
 #include "document/svg_element_view.h"
 #include "kvsvg/kvdrw.h"
 #include "kvsvg/kvsvg.h"
-#include "writer/writer_objects.h"
+#include "writer/writer_object.h"
 
 class SvgDocumentHandler;
 

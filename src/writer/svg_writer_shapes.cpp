@@ -10,7 +10,9 @@
 #include "document/svg_document_handler.h"
 #include "values/value_records.h"
 #include "writer/svg_writer_engine.h"
+#include "writer/writer_brushes.h"
 #include "writer/writer_path.h"
+#include "writer/writer_pen.h"
 
 namespace kvdrw::svg {
 

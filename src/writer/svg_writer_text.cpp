@@ -12,6 +12,9 @@
 #include "document/svg_document_handler.h"
 #include "values/value_records.h"
 #include "writer/svg_writer_engine.h"
+#include "writer/writer_brushes.h"
+#include "writer/writer_font.h"
+#include "writer/writer_string_format.h"
 
 namespace kvdrw::svg {
 

@@ -5,6 +5,9 @@
 #include <new>
 
 #include "base/tracked_memory.h"
+#include "writer/writer_font.h"
+#include "writer/writer_pen.h"
+#include "writer/writer_string_format.h"
 
 namespace kvdrw::svg {
 

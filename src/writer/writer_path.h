@@ -11,7 +11,7 @@
 #include "drawing/tracked_allocator.h"
 #include "kvsvg/kvdrw.h"
 #include "kvsvg/kvsvg.h"
-#include "writer/writer_objects.h"
+#include "writer/writer_object.h"
 
 namespace kvdrw::svg {
 
