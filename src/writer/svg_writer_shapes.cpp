@@ -28,12 +28,14 @@ SvgLength Length(double value)
     return length;
 }
 
-// "Prefix" followed by a number, in a buffer of the size ids have always had.
+// "Prefix" followed by a number.
 struct GeneratedId {
-    char16_t text[20] = {};
+    // Room for the longest prefix and any 32-bit number: a counter past
+    // five digits must not cut an id short and so repeat an earlier one.
+    char16_t text[32] = {};
     GeneratedId(const char* prefix, int32_t number)
     {
-        char narrow[20];
+        char narrow[32];
         std::snprintf(narrow, sizeof narrow, "%s%d", prefix, number);
         for (size_t i = 0; i < sizeof narrow && narrow[i]; ++i)
             text[i] = static_cast<char16_t>(narrow[i]);
