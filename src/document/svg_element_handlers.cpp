@@ -1142,6 +1142,8 @@ int32_t GetSvgNodeFileOptions(SvgBaseHandler& node, SvgFileOptions& options)
 {
     options.size = kSvgFileOptionsSize;
     options.width = options.height = options.dpiX = options.dpiY = -1.0;
+    options.flags = 0;
+    options.maximumElements = 0;
     SvgSvgElement record;
     if (int32_t status = InitElementRecord(SVG_ELEMENT_SVG, &record, kSvgSvgElementSize); status != SUCCESS)
         return status;

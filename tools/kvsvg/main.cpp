@@ -36,7 +36,8 @@ const Command kCommands[] = {
      "IN OUT [options]  the flat form: transforms baked, style cascaded\n"
      "      --text-only  keep text only  --width W --height H  target size in pixels  --strict  own value syntax\n"
      "      --allow-any-file  open image files anywhere (default: the document's folder and below)"},
-    {"selftest-draw", RunSelftestDraw, "OUT.png     draws a fixed test scene through the bitmap engine"},
+    {"selftest-draw", RunSelftestDraw,
+     "OUT  draws a fixed test scene: OUT.png through the bitmap engine, OUT.svg or OUT.svgz recorded as SVG"},
 };
 
 void Usage(std::FILE* out)
