@@ -38,4 +38,10 @@ constexpr size_t kMaxReferenceChain = 64;
 constexpr size_t kMaxStyleRules = 10000;
 constexpr size_t kMaxStyleMatches = 2000000;
 
+// Objects (and table entries) read from one vector object when it is saved:
+// the library says where the list ends, and a library that never does would
+// otherwise grow the text until memory runs out. Sixteen million objects is
+// far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
+
 }  // namespace kvlimits
