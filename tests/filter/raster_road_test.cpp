@@ -1,7 +1,7 @@
 // The raster road as a host's codec layer drives it: fltInfo, fltLoad with
 // a row callback, fltFreeData; what the host sees is the information
 // record, the rows and their flags, and the statuses.
-#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
