@@ -44,4 +44,27 @@ constexpr size_t kMaxStyleMatches = 2000000;
 // far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
 constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
 
+// Legacy XML reader: the whole input is copied once (character references
+// expanded) and the tree holds about as much again, so 256 MiB keeps a read
+// under a gigabyte; no drawing on the older road comes near it.
+// ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyXmlBytes = size_t(256) << 20;
+
+// Legacy XML reader: the tree is destroyed and its text collected by
+// recursion, a few frames a level. 1024 levels is twenty times the deepest
+// drawing seen and a small part of a thread's stack, sanitizers included.
+// The same bound holds for parentheses in a content model. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyXmlDepth = 1024;
+
+// Legacy XML reader: entity text that references in one document expand to,
+// counted before anything is expanded. Real files use entities for
+// namespaces and short strings, kilobytes in all; 8 MiB stops a
+// billion-laughs document at parse time. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyEntityExpansion = size_t(8) << 20;
+
+// Legacy XML reader: entities inside entities. Ten levels make a
+// billion-laughs document; 64 is far beyond any honest use and bounds the
+// recursion that measures them. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyEntityNesting = 64;
+
 }  // namespace kvlimits
