@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -86,9 +87,73 @@ bool ParseColorValue(std::string_view text, KvColor& color)
     return parsed;
 }
 
-// A paint: "none", a colour, or a paint server the vector model cannot
-// hold, which draws nothing (its fallback colour when it names one).
-void ApplyPaint(std::string_view text, bool& none, KvColor& color)
+// Elements by id, for the paint servers that paints name.
+using IdMap = std::map<std::string, const Element*, std::less<>>;
+
+void CollectIds(const Element& element, IdMap& ids)
+{
+    std::string id;
+    if (element.GetAttributeValue("id", &id) && !id.empty())
+        ids.emplace(id, &element);
+    for (const Element* child : element.GetElements())
+        CollectIds(*child, ids);
+}
+
+std::string_view LocalName(std::string_view name)
+{
+    const size_t colon = name.find(':');
+    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
+
+// The stop-color of a stop, as an attribute or in its style.
+bool StopColor(const Element& stop, KvColor& color)
+{
+    std::string value;
+    if (stop.GetAttributeValue("style", &value)) {
+        const size_t at = value.find("stop-color");
+        if (at != std::string::npos) {
+            const size_t colon = value.find(':', at);
+            const size_t end = value.find(';', at);
+            if (colon != std::string::npos && ParseColorValue(std::string_view(value).substr(colon + 1, end - colon - 1), color))
+                return true;
+        }
+    }
+    return stop.GetAttributeValue("stop-color", &value) && ParseColorValue(value, color);
+}
+
+// A gradient has no counterpart among vector objects: it paints in the
+// colour of its first stop, found through a few href links at most.
+bool GradientColor(std::string_view id, const IdMap& ids, KvColor& color)
+{
+    std::string next;
+    for (int link = 0; link < 8; ++link) {
+        const auto found = ids.find(id);
+        if (found == ids.end())
+            return false;
+        const Element& server = *found->second;
+        const std::string serverName = server.GetName();
+        const std::string_view kind = LocalName(serverName);
+        if (kind != "linearGradient" && kind != "radialGradient")
+            return false;
+        for (const Element* stop : server.GetElements()) {
+            if (LocalName(stop->GetName()) == "stop")
+                return StopColor(*stop, color);
+        }
+        std::string href;
+        if (!server.GetAttributeValue("xlink:href", &href) && !server.GetAttributeValue("href", &href))
+            return false;
+        if (href.empty() || href[0] != '#')
+            return false;
+        next = href.substr(1);
+        id = next;
+    }
+    return false;
+}
+
+// A paint: "none", a colour, or a paint server reference: a gradient
+// paints in its first stop's colour, anything else in the fallback colour
+// written after the reference, or not at all.
+void ApplyPaint(std::string_view text, const IdMap& ids, bool& none, KvColor& color)
 {
     text = Trim(text);
     if (text == "none") {
@@ -97,20 +162,27 @@ void ApplyPaint(std::string_view text, bool& none, KvColor& color)
     }
     if (text.substr(0, 4) == "url(") {
         const size_t close = text.find(')');
-        none = !(close != std::string_view::npos && ParseColorValue(text.substr(close + 1), color));
+        if (close == std::string_view::npos) {
+            none = true;
+            return;
+        }
+        std::string_view id = Trim(text.substr(4, close - 4));
+        if (!id.empty() && id.front() == '#')
+            id.remove_prefix(1);
+        none = !(GradientColor(id, ids, color) || ParseColorValue(text.substr(close + 1), color));
         return;
     }
     if (ParseColorValue(text, color))
         none = false;
 }
 
-void ApplyProperty(PaintState& paint, std::string_view name, std::string_view value)
+void ApplyProperty(PaintState& paint, const IdMap& ids, std::string_view name, std::string_view value)
 {
     value = Trim(value);
     if (name == "fill") {
-        ApplyPaint(value, paint.fillNone, paint.fill);
+        ApplyPaint(value, ids, paint.fillNone, paint.fill);
     } else if (name == "stroke") {
-        ApplyPaint(value, paint.strokeNone, paint.stroke);
+        ApplyPaint(value, ids, paint.strokeNone, paint.stroke);
     } else if (name == "stroke-width") {
         paint.strokeWidth = std::fabs(Number(value, paint.strokeWidth));
     } else if (name == "opacity") {
@@ -143,11 +215,11 @@ void ApplyProperty(PaintState& paint, std::string_view name, std::string_view va
 
 // Opacity is not inherited as such: a group's multiplies into what is
 // inside it, which is what ApplyProperty does with the inherited value.
-PaintState CascadePaint(const PaintState& parent, const Element& element)
+PaintState CascadePaint(const PaintState& parent, const Element& element, const IdMap& ids)
 {
     PaintState paint = parent;
     for (const auto& attribute : element.GetAttributes())
-        ApplyProperty(paint, attribute->GetName(), attribute->GetValue());
+        ApplyProperty(paint, ids, attribute->GetName(), attribute->GetValue());
     std::string style;
     if (element.GetAttributeValue("style", &style)) {
         std::string_view rest(style);
@@ -157,7 +229,7 @@ PaintState CascadePaint(const PaintState& parent, const Element& element)
             rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
             const size_t colon = declaration.find(':');
             if (colon != std::string_view::npos)
-                ApplyProperty(paint, Trim(declaration.substr(0, colon)), declaration.substr(colon + 1));
+                ApplyProperty(paint, ids, Trim(declaration.substr(0, colon)), declaration.substr(colon + 1));
         }
     }
     return paint;
@@ -314,8 +386,9 @@ public:
     {
         if (int32_t status = SetFrame(root); status != SUCCESS)
             return status;
+        CollectIds(root, ids_);
         PaintState paint;
-        return WalkChildren(root, CascadePaint(paint, root), rootMatrix_);
+        return WalkChildren(root, CascadePaint(paint, root, ids_), rootMatrix_);
     }
 
 private:
@@ -400,17 +473,11 @@ private:
         return SUCCESS;
     }
 
-    static std::string_view LocalName(const std::string& name)
-    {
-        const size_t colon = name.find(':');
-        return colon == std::string::npos ? std::string_view(name) : std::string_view(name).substr(colon + 1);
-    }
-
     int32_t Visit(const Element& element, const PaintState& parentPaint, const SvgMatrix& parentMatrix)
     {
         const std::string name = element.GetName();
         const std::string_view local = LocalName(name);
-        const PaintState paint = CascadePaint(parentPaint, element);
+        const PaintState paint = CascadePaint(parentPaint, element, ids_);
         SvgMatrix matrix = ElementMatrix(parentMatrix, element);
         if (local == "g" || local == "a" || local == "switch")
             return WalkChildren(element, paint, matrix);
@@ -625,6 +692,7 @@ private:
     const VectorCalls& calls_;
     void* vector_;
     SvgMatrix rootMatrix_;
+    IdMap ids_;
     double viewportWidth_ = 0.0;
     double viewportHeight_ = 0.0;
 };

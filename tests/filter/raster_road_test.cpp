@@ -10,6 +10,7 @@
 
 #include "api/document_fixture.h"
 #include "base/bitmap.h"
+#include "base/tracked_memory.h"
 #include "filter/filter_test_support.h"
 #include "kvsvg/kvbase.h"
 #include "kvsvg/kvsvg.h"
@@ -442,4 +443,35 @@ TEST(FilterEntries, CheckTheRequestBeforeTouchingTheFile)
     EXPECT_EQ(fltFreeData(nullptr, 0), SUCCESS);
     KvFilterData kept{kKvFilterDataSize, nullptr, 0, nullptr};
     EXPECT_EQ(fltFreeData(&kept, 1), SUCCESS);
+}
+
+TEST(FilterLoad, RunningOutOfMemoryAnywhereGivesNoMemoryAndLeaksNothing)
+{
+    ScratchFile file("memory.svg", kQuadrants);
+    int failures = 0;
+    for (long successes = 0; successes < 100000; ++successes) {
+        KvBitmap target = kvtest::Target(8, 4, 8, KV_ORDER_BGR);
+        Rows rows;
+        KvFilterCache cache{kKvFilterCacheSize, nullptr};
+        KvFilterFileInfo info{};
+        KvFilterInfoRequest infoRequest = kvtest::InfoRequest(file.wide, info, &cache);
+        TrackedFailAllocationAfter(successes);
+        int32_t status = fltInfo(&infoRequest);
+        if (status == SUCCESS) {
+            KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, &target, &rows, &cache);
+            status = fltLoad(&load);
+        }
+        TrackedFailAllocationAfter(-1);
+        EXPECT_EQ(fltFreeData(cache.filterData, 0), SUCCESS);
+        ASSERT_EQ(TrackedLiveBlocks(), 0u) << "after " << successes << " allocations";
+        ASSERT_EQ(TrackedLiveResources(), 0u) << "after " << successes << " allocations";
+        if (status == SUCCESS) {
+            // The run no longer reaches the failing allocation: every one was tried.
+            EXPECT_EQ(rows.bytes.size(), 4u);
+            break;
+        }
+        ++failures;
+        EXPECT_EQ(status, ERROR_NO_MEMORY) << "after " << successes << " allocations";
+    }
+    EXPECT_GT(failures, 10);
 }

@@ -287,3 +287,54 @@ TEST(VectorRoad, BadFilesGiveAStatusAndNoObject)
     EXPECT_EQ(frame.xEnd.x, 5);
     library.calls().free(load.vectorObject);
 }
+
+TEST(VectorRoad, PaintServersPaintInTheirFirstStopOrTheirFallback)
+{
+    VectorDouble library;
+    const struct {
+        const char* name;
+        const char* fill;
+        bool drawn;
+        KvColor color;
+    } cases[] = {
+        {"gradient", "url(#sky)", true, {255, 0x11, 0x22, 0x33}},
+        {"gradient through href", "url(#linked)", true, {255, 0x11, 0x22, 0x33}},
+        {"stop colour in style", "url(#styled)", true, {255, 0x44, 0x55, 0x66}},
+        {"pattern with fallback", "url(#dots) #00ff00", true, {255, 0, 255, 0}},
+        {"pattern without fallback", "url(#dots)", false, {}},
+        {"missing with fallback", "url(#nowhere) blue", true, {255, 0, 0, 255}},
+        {"missing", "url(#nowhere)", false, {}},
+        {"href cycle", "url(#loopA)", false, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string text =
+            std::string("<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
+                        "width=\"10\" height=\"10\"><defs>"
+                        "<linearGradient id=\"sky\"><stop offset=\"0\" stop-color=\"#112233\"/>"
+                        "<stop offset=\"1\" stop-color=\"#ffffff\"/></linearGradient>"
+                        "<radialGradient id=\"linked\" xlink:href=\"#sky\"/>"
+                        "<linearGradient id=\"styled\"><stop style=\"stop-color:#445566\"/></linearGradient>"
+                        "<linearGradient id=\"loopA\" xlink:href=\"#loopB\"/>"
+                        "<linearGradient id=\"loopB\" xlink:href=\"#loopA\"/>"
+                        "<pattern id=\"dots\" width=\"2\" height=\"2\"/></defs>"
+                        "<rect width=\"10\" height=\"10\" fill=\"") +
+            c.fill + "\"/></svg>";
+        ScratchFile file("paint.svg", text);
+        KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, nullptr, nullptr, nullptr);
+        load.vectorRoute = 1;
+        ASSERT_EQ(fltLoad(&load), SUCCESS);
+        const std::vector<KVecObject> objects = Objects(library.calls(), load.vectorObject);
+        ASSERT_EQ(objects.size(), c.drawn ? 1u : 0u);
+        if (c.drawn) {
+            KVecLogBrush brush{kKVecLogBrushSize, 0, {}, 0};
+            ASSERT_EQ(library.calls().getLogBrush(load.vectorObject, objects[0].brush, &brush), SUCCESS);
+            EXPECT_EQ(brush.style, KVEC_BRUSH_SOLID);
+            EXPECT_EQ(brush.color.alpha, c.color.alpha);
+            EXPECT_EQ(brush.color.red, c.color.red);
+            EXPECT_EQ(brush.color.green, c.color.green);
+            EXPECT_EQ(brush.color.blue, c.color.blue);
+        }
+        library.calls().free(load.vectorObject);
+    }
+}

@@ -34,6 +34,10 @@ const Command kCommands[] = {
     {"flatten", RunFlatten,
      "IN OUT [options]  the flat form: transforms baked, style cascaded\n"
      "      --text-only  keep text only  --width W --height H  target size in pixels  --strict  own value syntax"},
+    {"filter-load", RunFilterLoad,
+     "IN OUT.png|OUT.svg [options]  the codec plug-in as a host drives it: fltInfo, fltLoad, rows to PNG\n"
+     "      --width W --height H  target size (default 640 x the drawing's height)  --bits 8|24|32  --rgb\n"
+     "      OUT.svg: the vector road and fltSave (needs the vector library)"},
     {"selftest-draw", RunSelftestDraw, "OUT.png     draws a fixed test scene through the bitmap engine"},
 };
 
