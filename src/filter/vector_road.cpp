@@ -200,9 +200,11 @@ int32_t VectorInfo(KvFilterInfoRequest& request)
     if (request.xResolution != 0)
         xDpi = request.xResolution;
 
+    // An object already handed to the host is the host's and may be gone:
+    // only one the cache still owns is used again.
     OwnedVector loaded(*calls);
     KvFilterData* kept = request.cache ? request.cache->filterData : nullptr;
-    void* vector = kept ? kept->vectorObject : nullptr;
+    void* vector = kept && kept->vectorOwned ? kept->vectorObject : nullptr;
     if (!vector) {
         if (int32_t status = ReadVectorObject(*calls, request.fileName, request.fileHandle, request.options, loaded);
             status != SUCCESS)

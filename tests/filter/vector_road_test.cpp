@@ -2,6 +2,9 @@
 // into a vector object of the stand-in library, chosen by vectorRoute or by
 // the load options; what the host gets is the object, and fltSave of it
 // gives the older SVG text back.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
@@ -82,7 +85,12 @@ TEST(VectorRoad, InfoKeepsTheObjectAndLoadHandsItToTheHostOnce)
     ASSERT_EQ(fltLoad(&load), SUCCESS);
     EXPECT_EQ(load.vectorObject, cache.filterData->vectorObject);
     EXPECT_EQ(cache.filterData->vectorOwned, 0);
-    // The host owns it now: fltFreeData leaves it alone.
+    // The host owns it now: another fltInfo on the same cache reads the
+    // file afresh rather than lean on it, and fltFreeData leaves it alone.
+    ASSERT_EQ(fltInfo(&infoRequest), SUCCESS);
+    EXPECT_NE(cache.filterData->vectorObject, load.vectorObject);
+    EXPECT_EQ(cache.filterData->vectorOwned, 1);
+    EXPECT_EQ(library.LiveVectors(), 2);
     EXPECT_EQ(fltFreeData(cache.filterData, 0), SUCCESS);
     EXPECT_EQ(library.LiveVectors(), 1);
     EXPECT_EQ(Objects(library.calls(), load.vectorObject).size(), 4u);
@@ -337,4 +345,30 @@ TEST(VectorRoad, PaintServersPaintInTheirFirstStopOrTheirFallback)
         }
         library.calls().free(load.vectorObject);
     }
+}
+
+TEST(VectorRoad, ReadsWideTextAndOpenDescriptorsToo)
+{
+    VectorDouble library;
+    // UTF-16 with its mark, little-endian: the reader thins it to bytes.
+    std::string wide = "\xFF\xFE";
+    for (char c : std::string_view(kDrawing)) {
+        wide += c;
+        wide += '\0';
+    }
+    ScratchFile file("wide.svg", wide);
+    const int fd = ::open(file.path.c_str(), O_RDONLY);
+    ASSERT_GE(fd, 0);
+    // The host's open file wins over the name, which may then be missing.
+    KvFilterLoadRequest load = kvtest::LoadRequest(u"", nullptr, nullptr, nullptr);
+    load.fileName = nullptr;
+    load.fileHandle = fd;
+    load.vectorRoute = 1;
+    ASSERT_EQ(fltLoad(&load), SUCCESS);
+    ::close(fd);
+    const std::vector<KVecObject> objects = Objects(library.calls(), load.vectorObject);
+    ASSERT_EQ(objects.size(), 4u);
+    EXPECT_EQ(objects[0].kind, KVEC_OBJECT_RECT);
+    EXPECT_EQ(objects[3].kind, KVEC_OBJECT_TEXT);
+    library.calls().free(load.vectorObject);
 }
