@@ -220,6 +220,10 @@ int32_t VectorInfo(KvFilterInfoRequest& request)
         widthPx = std::hypot(frame.xEnd.x - frame.origin.x, frame.xEnd.y - frame.origin.y) * UnitInPixels(unit, xDpi);
         heightPx = std::hypot(frame.yEnd.x - frame.origin.x, frame.yEnd.y - frame.origin.y) * UnitInPixels(unit, yDpi);
     }
+    // A drawing without a size has an empty frame: not known, as on the
+    // raster road.
+    if (!(widthPx > 0.0) || !(heightPx > 0.0))
+        widthPx = heightPx = -1.0;
     FillFilterInfo(*request.info, widthPx, heightPx, xDpi, yDpi);
 
     if (!request.cache || !loaded.get())

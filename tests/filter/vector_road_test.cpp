@@ -96,6 +96,15 @@ TEST(VectorRoad, InfoKeepsTheObjectAndLoadHandsItToTheHostOnce)
     EXPECT_EQ(Objects(library.calls(), load.vectorObject).size(), 4u);
     library.calls().free(load.vectorObject);
 
+    // A drawing without a size is described as on the raster road.
+    ScratchFile sizeless("sizeless.svg", "<svg xmlns=\"http://www.w3.org/2000/svg\"><rect width=\"5\" height=\"5\"/></svg>");
+    KvFilterInfoRequest noCache = kvtest::InfoRequest(sizeless.wide, info, nullptr);
+    noCache.vectorRoute = 1;
+    ASSERT_EQ(fltInfo(&noCache), SUCCESS);
+    EXPECT_EQ(info.width, 640);
+    EXPECT_EQ(info.height, 480);
+    EXPECT_EQ(info.vector.width, 0);
+
     // Freed with the cache when no load took it.
     cache.filterData = nullptr;
     ASSERT_EQ(fltInfo(&infoRequest), SUCCESS);
