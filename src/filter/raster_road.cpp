@@ -67,11 +67,13 @@ int32_t LoadDocument(const KvChar* fileName, OwnedDocument& document)
     return document.get()->LoadFromFile(path.c_str(), nullptr);
 }
 
+// Only a document handle counts: the cache never holds a node.
 SvgDocumentHandler* KeptDocument(const KvFilterCache* cache)
 {
     if (!cache || !cache->filterData || !cache->filterData->document)
         return nullptr;
-    return AsDocument(cache->filterData->document);
+    SvgBaseHandler* handler = AsHandler(cache->filterData->document);
+    return handler->IsDocument() ? static_cast<SvgDocumentHandler*>(handler) : nullptr;
 }
 
 // A root length in pixels at dpi; a negative number for a length that is
