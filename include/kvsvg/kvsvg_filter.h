@@ -21,6 +21,10 @@
  * (KV_VECTOR_LIBRARY_NAME); without it the vector road and fltSave give
  * ERROR_NOT_SUPPORTED, and the raster road is unaffected.
  *
+ * The file: the raster road reads fileName when there is one and the open
+ * fileHandle otherwise; the vector road reads fileHandle when it is open
+ * (from its start) and fileName otherwise.
+ *
  * Every request record starts with its size, which must equal the matching
  * k...Size constant: a null request is ERROR_INV_PARAMETER, a wrong size
  * ERROR_RECORD_SIZE. */
@@ -96,8 +100,8 @@ typedef struct KvFilterFileInfo {
 
 typedef struct KvFilterInfoRequest {
     uint32_t size;                      /* kKvFilterInfoRequestSize */
-    const KvChar* fileName;             /* the file the host opened */
-    int32_t fileHandle;                 /* that file open for reading (vector road), or -1 */
+    const KvChar* fileName;             /* the file the host opened, or null */
+    int32_t fileHandle;                 /* that file open for reading, or -1 */
     KvFilterFileInfo* info;             /* out */
     KvFilterCache* cache;               /* or null: nothing is kept */
     int32_t vectorRoute;                /* 1: vector road */
@@ -122,8 +126,8 @@ typedef int32_t (*KvFilterRowCallback)(const struct KvBitmap* info, const uint8_
 
 typedef struct KvFilterLoadRequest {
     uint32_t size;                      /* kKvFilterLoadRequestSize */
-    const KvChar* fileName;
-    int32_t fileHandle;                 /* open for reading (vector road), or -1 to open fileName */
+    const KvChar* fileName;             /* or null when fileHandle is given */
+    int32_t fileHandle;                 /* open for reading, or -1; see the top  */
     struct KvBitmap* bitmap;            /* raster road: target described by K_BitmapInit, no pixels needed */
     KvFilterRowCallback callback;       /* raster road */
     void* userData;

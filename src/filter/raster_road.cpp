@@ -10,6 +10,7 @@
 #include "document/callback_guard.h"
 #include "document/svg_document_handler.h"
 #include "document/svg_element_view.h"
+#include "filter/host_file.h"
 #include "flatten/flat_document.h"
 #include "kvsvg/kvbase.h"
 #include "render/render_document.h"
@@ -50,21 +51,29 @@ private:
     SvgDocumentHandler* document_ = nullptr;
 };
 
-int32_t LoadDocument(const KvChar* fileName, OwnedDocument& document)
+// The named file, as the document loader reads any file; a host that
+// gives only its open descriptor has the file read from that.
+int32_t LoadDocument(const KvChar* fileName, int32_t fileHandle, OwnedDocument& document)
 {
-    if (!fileName)
+    if (!fileName && fileHandle < 0)
         return ERROR_INV_PARAMETER;
-    std::string path;
-    try {
-        path = ToUtf8(fileName);
-    } catch (...) {
-        return ERROR_NO_MEMORY;
+    std::string path, bytes;
+    if (fileName) {
+        try {
+            path = ToUtf8(fileName);
+        } catch (...) {
+            return ERROR_NO_MEMORY;
+        }
+    } else if (int32_t status = ReadHostFile(nullptr, fileHandle, bytes); status != SUCCESS) {
+        return status;
     }
     SvgBaseHandler* made = nullptr;
     if (int32_t status = CreateSvgHandler(SVG_ELEMENT_DOCUMENT, &made); status != SUCCESS)
         return status;
     document.reset(static_cast<SvgDocumentHandler*>(made));
-    return document.get()->LoadFromFile(path.c_str(), nullptr);
+    if (fileName)
+        return document.get()->LoadFromFile(path.c_str(), nullptr);
+    return document.get()->LoadFromMemory(bytes.data(), bytes.size(), nullptr);
 }
 
 // Only a document handle counts: the cache never holds a node.
@@ -261,7 +270,7 @@ int32_t RasterInfo(KvFilterInfoRequest& request)
     OwnedDocument loaded;
     SvgDocumentHandler* document = KeptDocument(request.cache);
     if (!document) {
-        if (int32_t status = LoadDocument(request.fileName, loaded); status != SUCCESS)
+        if (int32_t status = LoadDocument(request.fileName, request.fileHandle, loaded); status != SUCCESS)
             return status;
         document = loaded.get();
     }
@@ -297,7 +306,7 @@ int32_t RasterLoad(KvFilterLoadRequest& request)
     OwnedDocument loaded;
     SvgDocumentHandler* document = KeptDocument(request.cache);
     if (!document) {
-        if (int32_t status = LoadDocument(request.fileName, loaded); status != SUCCESS)
+        if (int32_t status = LoadDocument(request.fileName, request.fileHandle, loaded); status != SUCCESS)
             return status;
         document = loaded.get();
         kept = nullptr;

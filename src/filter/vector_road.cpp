@@ -9,6 +9,7 @@
 #include "base/tracked_memory.h"
 #include "base/utf.h"
 #include "document/svg_zip.h"
+#include "filter/host_file.h"
 #include "filter/legacy_vector_builder.h"
 #include "filter/raster_road.h"
 #include "filter/vector_library.h"
@@ -24,53 +25,12 @@ bool Contains(std::string_view text, std::string_view part) { return text.find(p
 
 bool StartsWith(std::string_view text, std::string_view part) { return text.substr(0, part.size()) == part; }
 
-// The whole file, from the start. Larger than a document can be is refused
-// as a compressed bomb is.
-int32_t ReadWholeFile(int file, std::string& bytes)
-{
-    const int64_t length = BaseFileSeek(file, 0, SEEK_END);
-    if (length < 0 || BaseFileSeek(file, 0, SEEK_SET) != 0)
-        return ERROR_FILE_SEEK;
-    if (length == 0)
-        return ERROR_FILE_READ;
-    if (static_cast<uint64_t>(length) > kvlimits::kMaxDecompressedBytes)
-        return ERROR_FILE_OPEN;
-    try {
-        bytes.resize(static_cast<size_t>(length));
-    } catch (...) {
-        return ERROR_NO_MEMORY;
-    }
-    if (BaseFileRead(file, bytes.data(), bytes.size()) != length)
-        return ERROR_FILE_READ;
-    return SUCCESS;
-}
-
-int32_t ReadFileBytes(const KvChar* fileName, int32_t fileHandle, std::string& bytes)
-{
-    if (fileHandle >= 0)
-        return ReadWholeFile(fileHandle, bytes);
-    if (!fileName)
-        return ERROR_INV_PARAMETER;
-    std::string path;
-    try {
-        path = ToUtf8(fileName);
-    } catch (...) {
-        return ERROR_NO_MEMORY;
-    }
-    const int file = BaseFileOpen(path.c_str(), BaseFileMode::Read);
-    if (file < 0)
-        return ERROR_FILE_OPEN;
-    const int32_t status = ReadWholeFile(file, bytes);
-    BaseFileClose(file);
-    return status;
-}
-
 // The file's text from where the sniffer says it starts, expanded once when
 // it is compressed.
 int32_t ReadVectorText(const KvChar* fileName, int32_t fileHandle, const KvFilterLoadOptions* options,
                        std::string& text)
 {
-    if (int32_t status = ReadFileBytes(fileName, fileHandle, text); status != SUCCESS)
+    if (int32_t status = ReadHostFile(fileName, fileHandle, text); status != SUCCESS)
         return status;
     for (int round = 0; round < 2; ++round) {
         size_t offset = 0;

@@ -1,6 +1,9 @@
 // The raster road as a host's codec layer drives it: fltInfo, fltLoad with
 // a row callback, fltFreeData; what the host sees is the information
 // record, the rows and their flags, and the statuses.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
@@ -474,4 +477,33 @@ TEST(FilterLoad, RunningOutOfMemoryAnywhereGivesNoMemoryAndLeaksNothing)
         EXPECT_EQ(status, ERROR_NO_MEMORY) << "after " << successes << " allocations";
     }
     EXPECT_GT(failures, 10);
+}
+
+TEST(FilterLoad, AHostsOpenDescriptorServesWhenThereIsNoName)
+{
+    for (bool packed : {false, true}) {
+        SCOPED_TRACE(packed ? "svgz" : "svg");
+        ScratchFile file("by_handle.svg", packed ? Compressed(kQuadrants) : std::string(kQuadrants));
+        const int fd = ::open(file.path.c_str(), O_RDONLY);
+        ASSERT_GE(fd, 0);
+        ::lseek(fd, 7, SEEK_SET);  // wherever the host left it, the file is read from its start
+        KvFilterCache cache{kKvFilterCacheSize, nullptr};
+        KvFilterFileInfo info{};
+        KvFilterInfoRequest infoRequest = kvtest::InfoRequest(u"", info, &cache);
+        infoRequest.fileName = nullptr;
+        infoRequest.fileHandle = fd;
+        EXPECT_EQ(fltInfo(&infoRequest), SUCCESS);
+        EXPECT_EQ(info.height, 20);
+        EXPECT_EQ(fltFreeData(cache.filterData, 0), SUCCESS);
+
+        KvBitmap target = kvtest::Target(8, 4, 24, KV_ORDER_BGR);
+        Rows rows;
+        KvFilterLoadRequest load = kvtest::LoadRequest(u"", &target, &rows, nullptr);
+        load.fileName = nullptr;
+        load.fileHandle = fd;
+        EXPECT_EQ(fltLoad(&load), SUCCESS);
+        ::close(fd);
+        ASSERT_EQ(rows.bytes.size(), 4u);
+        ExpectColour(rows, 7, 0, {0, 0, 255});
+    }
 }

@@ -181,6 +181,26 @@ TEST(VectorWriter, WritesEachHatchPatternOnceInItsFixedForm)
     }
 }
 
+TEST(VectorWriter, WritesTextAsUtf8WithMarkupEscaped)
+{
+    VectorDouble library;
+    OwnedVectorObject vector(library);
+    vector.SetFrame(10, 10, KVEC_UNIT_PIXEL);
+    const uint32_t brush = vector.AddBrush(Brush(KVEC_BRUSH_SOLID, kRed));
+    KVecObject text = VectorShape(KVEC_OBJECT_TEXT, KVEC_NONE, brush);
+    text.start = {1.5, -2.25};
+    text.text = u"caf\u00e9 \u20ac \U0001D11E <b>";
+    text.fontName = u"A&B \"Sans\"";
+    text.fontSize = 0.125;
+    vector.Add(text);
+    const std::string saved = Save(vector.get());
+    EXPECT_NE(saved.find("\t<text x=\"1.5\" y=\"-2.25\" font-family=\"A&amp;B &quot;Sans&quot;\" font-size=\"0.125\" "
+                         "fill=\"#FF0000\" xml:space=\"preserve\">caf\xC3\xA9 \xE2\x82\xAC \xF0\x9D\x84\x9E "
+                         "&lt;b&gt;</text>\r\n"),
+              std::string::npos)
+        << saved;
+}
+
 TEST(VectorWriter, WritesTheFrameInTheVectorsUnit)
 {
     const struct {
