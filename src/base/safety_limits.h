@@ -44,6 +44,15 @@ constexpr size_t kMaxStyleMatches = 2000000;
 // far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
 constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
 
+// Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
+// deeper nesting draws as a missing reference would.
+constexpr size_t kMaxLegacyUseNesting = 32;
+// Vector road: uses drawn in one file. Each copies its target, so a few
+// uses of uses multiply into billions of objects; a map that stamps a
+// symbol on every town has thousands, and 100,000 keeps a hostile file to
+// a second or so of work. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyUseInstances = 100000;
+
 // Legacy XML reader: the whole input is copied once (character references
 // expanded) and the tree holds about as much again, so 256 MiB keeps a read
 // under a gigabyte; no drawing on the older road comes near it.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/bitmap.h"
+#include "base/safety_limits.h"
 #include "base/tracked_memory.h"
 #include "base/utf.h"
 #include "codecs/codecs.h"
@@ -503,9 +504,47 @@ private:
             return AddText(element, paint, matrix);
         if (local == "image")
             return AddImage(element, matrix);
-        // Definitions, references and everything without a drawing of its
+        if (local == "use")
+            return AddUse(element, paint, matrix);
+        // Definitions and everything else without a drawing of its
         // own have no counterpart among vector objects.
         return SUCCESS;
+    }
+
+    // The referenced element drawn again at the use's place, in the use's
+    // paint; a symbol draws its children. A use that reaches itself, or
+    // nests deeper than the limit, draws as a missing reference: nothing.
+    int32_t AddUse(const Element& use, const PaintState& paint, const SvgMatrix& matrix)
+    {
+        std::string href;
+        if (!use.GetAttributeValue("xlink:href", &href) && !use.GetAttributeValue("href", &href))
+            return SUCCESS;
+        if (href.empty() || href[0] != '#')
+            return SUCCESS;
+        const auto found = ids_.find(std::string_view(href).substr(1));
+        if (found == ids_.end() || instancing_.size() >= 2 * kvlimits::kMaxLegacyUseNesting)
+            return SUCCESS;
+        if (++useInstances_ > kvlimits::kMaxLegacyUseInstances)
+            return ERROR_MAX_ELEMENTS;
+        const Element* target = found->second;
+        for (const Element* open : instancing_) {
+            if (open == target || open == &use)
+                return SUCCESS;
+        }
+        SvgMatrix place;
+        place.e = Length(use, "x", false, 0.0);
+        place.f = Length(use, "y", true, 0.0);
+        const SvgMatrix placed = MultiplySvgMatrix(matrix, place);
+        instancing_.push_back(&use);
+        instancing_.push_back(target);
+        const std::string targetName = target->GetName();
+        int32_t status;
+        if (LocalName(targetName) == "symbol")
+            status = WalkChildren(*target, CascadePaint(paint, *target, ids_), ElementMatrix(placed, *target));
+        else
+            status = Visit(*target, paint, placed);
+        instancing_.resize(instancing_.size() - 2);
+        return status;
     }
 
     int32_t PenFor(const PaintState& paint, const SvgMatrix& matrix, uint32_t& index)
@@ -693,6 +732,9 @@ private:
     void* vector_;
     SvgMatrix rootMatrix_;
     IdMap ids_;
+    // The uses being drawn and their targets, innermost last.
+    std::vector<const Element*> instancing_;
+    size_t useInstances_ = 0;
     double viewportWidth_ = 0.0;
     double viewportHeight_ = 0.0;
 };

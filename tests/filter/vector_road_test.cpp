@@ -381,3 +381,64 @@ TEST(VectorRoad, ReadsWideTextAndOpenDescriptorsToo)
     EXPECT_EQ(objects[3].kind, KVEC_OBJECT_TEXT);
     library.calls().free(load.vectorObject);
 }
+
+TEST(VectorRoad, UsesDrawTheirTargetAgainAndCyclesDrawNothing)
+{
+    VectorDouble library;
+    ScratchFile file("uses.svg",
+                     "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
+                     "width=\"100\" height=\"100\"><defs>"
+                     "<rect id=\"box\" width=\"10\" height=\"5\"/>"
+                     "<symbol id=\"pair\"><use xlink:href=\"#box\"/><use xlink:href=\"#box\" y=\"20\"/></symbol>"
+                     "<g id=\"self\"><use xlink:href=\"#self\"/><rect width=\"1\" height=\"1\"/></g>"
+                     "<use id=\"ping\" xlink:href=\"#pong\"/><use id=\"pong\" xlink:href=\"#ping\"/></defs>"
+                     "<use xlink:href=\"#box\" x=\"30\" y=\"40\" fill=\"#00ff00\"/>"
+                     "<use href=\"#pair\" transform=\"translate(50 0)\"/>"
+                     "<use xlink:href=\"#self\"/>"
+                     "<use xlink:href=\"#ping\"/>"
+                     "<use xlink:href=\"#nowhere\"/>"
+                     "</svg>");
+    KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, nullptr, nullptr, nullptr);
+    load.vectorRoute = 1;
+    ASSERT_EQ(fltLoad(&load), SUCCESS);
+    const std::vector<KVecObject> objects = Objects(library.calls(), load.vectorObject);
+    // The box once by itself, twice through the symbol, and the one
+    // rectangle of the group that uses itself.
+    ASSERT_EQ(objects.size(), 4u);
+    const double expected[][4] = {{30, 40, 10, 5}, {50, 0, 10, 5}, {50, 20, 10, 5}, {0, 0, 1, 1}};
+    for (size_t i = 0; i < objects.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(objects[i].kind, KVEC_OBJECT_RECT);
+        EXPECT_DOUBLE_EQ(objects[i].bounds.x, expected[i][0]);
+        EXPECT_DOUBLE_EQ(objects[i].bounds.y, expected[i][1]);
+        EXPECT_DOUBLE_EQ(objects[i].bounds.width, expected[i][2]);
+        EXPECT_DOUBLE_EQ(objects[i].bounds.height, expected[i][3]);
+    }
+    // The use's paint reaches the copy.
+    KVecLogBrush brush{kKVecLogBrushSize, 0, {}, 0};
+    ASSERT_EQ(library.calls().getLogBrush(load.vectorObject, objects[0].brush, &brush), SUCCESS);
+    EXPECT_EQ(brush.color.green, 255);
+    EXPECT_EQ(brush.color.red, 0);
+    library.calls().free(load.vectorObject);
+}
+
+TEST(VectorRoad, UsesThatMultiplyBeyondTheLimitAreRefused)
+{
+    VectorDouble library;
+    // Ten uses of ten uses, six deep: a million rectangles from a kilobyte.
+    std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" "
+                       "width=\"10\" height=\"10\"><defs><rect id=\"l0\" width=\"1\" height=\"1\"/>";
+    for (int level = 1; level <= 6; ++level) {
+        text += "<g id=\"l" + std::to_string(level) + "\">";
+        for (int copy = 0; copy < 10; ++copy)
+            text += "<use xlink:href=\"#l" + std::to_string(level - 1) + "\"/>";
+        text += "</g>";
+    }
+    text += "</defs><use xlink:href=\"#l6\"/></svg>";
+    ScratchFile file("bomb.svg", text);
+    KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, nullptr, nullptr, nullptr);
+    load.vectorRoute = 1;
+    EXPECT_EQ(fltLoad(&load), ERROR_MAX_ELEMENTS);
+    EXPECT_EQ(load.vectorObject, nullptr);
+    EXPECT_EQ(library.LiveVectors(), 0);
+}
