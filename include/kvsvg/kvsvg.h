@@ -275,5 +275,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_narrow.h"
 /* Drawing to SVG. */
 #include "kvsvg/kvsvg_draw_svg.h"
+/* The codec plug-in entries. */
+#include "kvsvg/kvsvg_filter.h"
 
 #endif /* KVSVG_KVSVG_H */

@@ -59,6 +59,21 @@ constexpr int32_t kMaxMaskPictureSide = 4096;
 constexpr size_t kMaxStyleRules = 10000;
 constexpr size_t kMaxStyleMatches = 2000000;
 
+// Objects (and table entries) read from one vector object when it is saved:
+// the library says where the list ends, and a library that never does would
+// otherwise grow the text until memory runs out. Sixteen million objects is
+// far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
+
+// Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
+// deeper nesting draws as a missing reference would.
+constexpr size_t kMaxLegacyUseNesting = 32;
+// Vector road: uses drawn in one file. Each copies its target, so a few
+// uses of uses multiply into billions of objects; a map that stamps a
+// symbol on every town has thousands, and 100,000 keeps a hostile file to
+// a second or so of work. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyUseInstances = 100000;
+
 // Legacy XML reader: the whole input is copied once (character references
 // expanded) and the tree holds about as much again, so 256 MiB keeps a read
 // under a gigabyte; no drawing on the older road comes near it.

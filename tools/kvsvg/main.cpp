@@ -38,6 +38,10 @@ const Command kCommands[] = {
      "      --allow-any-file  open image files anywhere (default: the document's folder and below)"},
     {"selftest-draw", RunSelftestDraw,
      "OUT  draws a fixed test scene: OUT.png through the bitmap engine, OUT.svg or OUT.svgz recorded as SVG"},
+    {"filter-load", RunFilterLoad,
+     "IN OUT.png|OUT.svg [options]  the codec plug-in as a host drives it: fltInfo, fltLoad, rows to PNG\n"
+     "      --width W --height H  target size (default 640 x the drawing's height)  --bits 8|24|32  --rgb\n"
+     "      OUT.svg: the vector road and fltSave (needs the vector library)"},
 };
 
 void Usage(std::FILE* out)
