@@ -11,6 +11,7 @@
 #include "drawing/drawing_engines.h"
 #include "flatten/clip_paths.h"
 #include "flatten/paint_and_clip.h"
+#include "flatten/text_flatten.h"
 #include "values/file_option_attributes.h"
 
 namespace {
@@ -32,6 +33,7 @@ constexpr std::array<FlattenVisitor, kSvgLastElementType + 1> MakeHandlerTable()
     table[SVG_ELEMENT_POLYLINE] = FlattenPoly;
     table[SVG_ELEMENT_POLYGON] = FlattenPoly;
     table[SVG_ELEMENT_A] = FlattenAnchor;
+    table[SVG_ELEMENT_TEXT] = FlattenText;
     return table;
 }
 
