@@ -255,6 +255,21 @@ double BaselineShift(const K_SvgStyleProp& style, const kvdrw::FontMetrics& metr
     }
 }
 
+// Letters of the right-to-left scripts (Hebrew, Arabic, Syriac, Thaana,
+// N'Ko and their presentation forms, and the historic ones).
+bool IsRightToLeftLetter(uint32_t c)
+{
+    return (c >= 0x0590 && c <= 0x08FF) || (c >= 0xFB1D && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFF) ||
+           (c >= 0x10800 && c <= 0x10FFF) || (c >= 0x1E800 && c <= 0x1EFFF);
+}
+
+// Blanks and punctuation take the side of the letters around them; letters
+// and digits of any other script hold their left-to-right order.
+bool IsNeutral(char16_t c)
+{
+    return IsWhiteSpace(c) || (std::iswpunct(static_cast<wint_t>(c)) && !(c >= u'0' && c <= u'9'));
+}
+
 // One string of the text as laid out: its context (style, matrix, where it
 // goes), and per UTF-16 unit the pen position, turn, advance and chunk.
 struct TextSegment {
@@ -313,7 +328,7 @@ private:
     int32_t FlattenTextChunk(CSvgTextContext& context, std::u16string_view text);
     int32_t OpenTspan(CSvgTextContext& parent, pugi::xml_node node, std::unique_ptr<CSvgTextContext>& out);
     int32_t OpenAnchor(CSvgTextContext& parent, pugi::xml_node node, std::unique_ptr<CSvgTextContext>& out);
-    double ApplyCharPosition(CSvgTextContext& context);
+    double ApplyCharPosition(CSvgTextContext& context, bool* positioned = nullptr);
     void StartChunk();
     int32_t EnsureAnchorWritten(int32_t anchor);
     int32_t EmitSegment(TextSegment& segment);
@@ -410,6 +425,44 @@ double ResolvedListValue(const SvgLength& value, bool vertical, const CSvgContex
     return copy.value;
 }
 
+// The characters of a right-to-left word in left-to-right text read from
+// the right: each stretch from one right-to-left letter to the last one
+// before any left-to-right letter is mirrored within the room it takes, as
+// long as no character inside it was placed by a position list. The
+// renderer sets one character at a time, so the order must be in the
+// positions.
+void ReorderRightToLeftWords(TextSegment& segment, const std::vector<double>& steps,
+                             const std::vector<bool>& positioned)
+{
+    const std::u16string& text = segment.text;
+    const size_t n = text.size();
+    size_t i = 0;
+    while (i < n) {
+        if (!IsRightToLeftLetter(text[i])) {
+            ++i;
+            continue;
+        }
+        size_t last = i;
+        size_t j = i + 1;
+        for (; j < n; ++j) {
+            const char16_t c = text[j];
+            if (positioned[j] || segment.chunk[j] != segment.chunk[i])
+                break;
+            if (IsRightToLeftLetter(c) || (c >= 0x0300 && c <= 0x036F))
+                last = j;
+            else if (!IsNeutral(c) && !IsLowSurrogate(c))
+                break;
+        }
+        if (last > i) {
+            const double left = segment.x[i];
+            const double right = segment.x[last] + steps[last];
+            for (size_t k = i; k <= last; ++k)
+                segment.x[k] = IsLowSurrogate(text[k]) ? segment.x[k - 1] : left + right - segment.x[k] - steps[k];
+        }
+        i = last + 1;
+    }
+}
+
 }  // namespace
 
 // ---- The walk -------------------------------------------------------------------------
@@ -419,7 +472,7 @@ void TextLayoutRun::StartChunk()
     chunks_.emplace_back();
 }
 
-double TextLayoutRun::ApplyCharPosition(CSvgTextContext& context)
+double TextLayoutRun::ApplyCharPosition(CSvgTextContext& context, bool* positioned)
 {
     const uint32_t i = position.index;
     const CSvgTextPositioningAttrs& attrs = context.attrs;
@@ -432,10 +485,14 @@ double TextLayoutRun::ApplyCharPosition(CSvgTextContext& context)
         position.y = ResolvedListValue(*y, true, context);
         absolute = true;
     }
-    if (const SvgLength* dx = LengthAt(attrs.dx, i))
+    const SvgLength* dx = LengthAt(attrs.dx, i);
+    if (dx)
         position.x += ResolvedListValue(*dx, false, context);
-    if (const SvgLength* dy = LengthAt(attrs.dy, i))
+    const SvgLength* dy = LengthAt(attrs.dy, i);
+    if (dy)
         position.y += ResolvedListValue(*dy, true, context);
+    if (positioned)
+        *positioned = absolute || dx || dy;
     // An absolute position begins a chunk, unless nothing has been set
     // since the last one began.
     if (absolute && (chunks_.empty() || chunks_.back().hasCharacters))
@@ -506,9 +563,13 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
         const double shift = BaselineShift(style, font.metrics());
         segment->ascent = font.metrics().values[kvdrw::kMetricAscent];
         segment->descent = font.metrics().values[kvdrw::kMetricDescent];
+        std::vector<double> steps(n, 0.0);
+        std::vector<bool> positioned(n, false);
         for (size_t i = 0; i < n; ++i) {
             const bool pair = IsHighSurrogate(chars[i]) && i + 1 < n && IsLowSurrogate(chars[i + 1]);
-            const double angle = ApplyCharPosition(context);
+            bool moved = false;
+            const double angle = ApplyCharPosition(context, &moved);
+            positioned[i] = moved;
             TextChunk& chunk = chunks_.back();
             if (!chunk.anchorKnown) {
                 chunk.anchorKnown = true;
@@ -530,7 +591,9 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
                 chunk.high = chunk.hasCharacters ? std::max(chunk.high, high) : high;
                 chunk.hasCharacters = true;
             }
+            const double penBefore = vertical ? position.y : position.x;
             advancePen(&chars[i], pair ? 2 : 1);
+            steps[i] = std::fabs((vertical ? position.y : position.x) - penBefore);
             if (pair) {
                 // The second half of a pair stands where the first does and
                 // takes no room of its own.
@@ -542,6 +605,8 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
                 segment->chunk[i] = segment->chunk[i - 1];
             }
         }
+        if (!vertical && !rightToLeft)
+            ReorderRightToLeftWords(*segment, steps, positioned);
         if (n > 0 && trailing == kSpaceTrailing) {
             ApplyCharPosition(context);
             advancePen(&kBlank, 1);
