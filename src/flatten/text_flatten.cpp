@@ -583,7 +583,9 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
             segment->chunk[i] = static_cast<uint32_t>(chunks_.size() - 1);
             const double width = font.Advance(&chars[i], pair ? 2 : 1);
             segment->advance[i] = width;
-            if (!IsWhiteSpace(chars[i]) || context.xmlSpace == kXmlSpacePreserve) {
+            // Blanks inside a string take their room in the chunk; the ones
+            // that white space handling cut from its ends are not characters.
+            {
                 const double from = vertical ? segment->y[i] : segment->x[i];
                 const double low = rightToLeft ? from - width : from;
                 const double high = rightToLeft ? from : from + width;
@@ -824,10 +826,16 @@ void FoldScaleIntoText(SvgMatrix& m, TextSegment& segment, K_SvgStyleProp& style
         x *= ax;
     for (double& y : segment.y)
         y *= ay;
+    // A size of 0 stays 0, so the text stays unseen; an unset one is the 12
+    // pixels it was measured at.
     SvgLength& size = style.text.font.fontSize.length;
-    size.value = FontSizePx(style) * ax;
-    size.unit = SVG_UNIT_NONE;
-    size.percent = 0;
+    if (!IsUnsetDouble(size.value)) {
+        size.value *= ax;
+    } else if (ax != 1.0) {
+        size.value = 12.0 * ax;
+        size.unit = SVG_UNIT_NONE;
+        size.percent = 0;
+    }
     SvgLength& stroke = style.paint.stroke.width;
     if (!IsUnsetDouble(stroke.value))
         stroke.value *= ax;
@@ -1061,15 +1069,8 @@ int32_t TextLayoutRun::EmitTextRun(TextSegment& segment, SvgTextElement& record,
         return status;
     if (!inserted)
         return SUCCESS;
-    if (segment.xmlSpace == kXmlSpacePreserve) {
-        SvgBaseHandler* made = nullptr;
-        if (int32_t status = WrapXmlNode(&made, inserted.node()); status != SUCCESS)
-            return status;
-        const SvgHandlerPtr handler(made);
-        AttachOwner(inserted.document(), handler.get());
-        if (int32_t status = handler->PrefixStylePreserveSpace(); status != SUCCESS)
-            return status;
-    }
+    // The record's writer marks a preserved run with "white-space:pre" in
+    // its style; the carried attributes are this run's to add.
     if (segment.hasOriginalFontName) {
         if (int32_t status = SetCarriedAttribute(inserted.node(), "original_font_name", segment.originalFontName);
             status != SUCCESS)
