@@ -736,7 +736,14 @@ int32_t SvgRenderingEngine::DrawTextRun(const SvgTextElement& text, const kvdrw:
             rotated = true;
         }
         // Characters beyond the lists run as one string from the last position.
-        const int32_t run = i + 1 == count ? length - static_cast<int32_t>(i) : 1;
+        int32_t run = i + 1 == count ? length - static_cast<int32_t>(i) : 1;
+        // A character outside the basic plane is two units with one place:
+        // its second half has nothing of its own to draw.
+        const char16_t unit = text.text[i];
+        if (unit >= 0xDC00 && unit <= 0xDFFF && i > 0)
+            continue;
+        if (run == 1 && unit >= 0xD800 && unit <= 0xDBFF && i + 1 < static_cast<uint32_t>(length))
+            run = 2;
         status = engine_.DrawString(text.text + i, run, font_, brush_, &origin, stringFormat_);
         if (status != SUCCESS)
             break;
