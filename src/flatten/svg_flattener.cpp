@@ -88,6 +88,7 @@ CSvgFlattener::~CSvgFlattener()
     PopFramesTo(0);
     // The clips' paths go back to the engine before the engine goes.
     clipPaths_.reset();
+    textFonts_.reset();
     if (engine_)
         DrawingDestroyEngine(engine_);
 }

@@ -24,6 +24,7 @@
 class SvgDocumentHandler;
 class CSvgFlattener;
 class CSvgClipPathHash;
+class CSvgFontCache;
 namespace kvdrw {
 class Engine;
 }
@@ -90,6 +91,9 @@ public:
     // The measuring engine of the run, made when first asked for: clip
     // geometry and text measuring go through it. Null without one.
     kvdrw::Engine* engine();
+    // The fonts text layout has made on the engine, shared by every text
+    // of the run; null when memory ran out.
+    CSvgFontCache* textFonts();
     // The clips of the first pass and every variant made since.
     CSvgClipPathHash& clipPaths() { return *clipPaths_; }
     SvgDocumentHandler* source() const { return source_; }
@@ -117,6 +121,7 @@ private:
     kvdrw::Engine* engine_ = nullptr;
     bool engineTried_ = false;
     std::unique_ptr<CSvgClipPathHash> clipPaths_;
+    std::unique_ptr<CSvgFontCache> textFonts_;
 };
 
 // The handler table by element type. Structure, paint server and text

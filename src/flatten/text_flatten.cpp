@@ -96,31 +96,6 @@ public:
     int32_t anchor = -1;
 };
 
-// A font on the measuring engine with the advances it has measured. The
-// same character measures the same every time, so each is asked once.
-class CSvgFont {
-public:
-    explicit CSvgFont(kvdrw::Engine* engine) : engine_(engine) {}
-    ~CSvgFont()
-    {
-        if (font_)
-            engine_->DeleteObject(font_);
-    }
-    CSvgFont(const CSvgFont&) = delete;
-    CSvgFont& operator=(const CSvgFont&) = delete;
-
-    int32_t Setup(const K_SvgStyleProp& style);
-    // Advance of one character (one or two UTF-16 units); 0 without a font.
-    double Advance(const char16_t* text, int32_t length);
-    const kvdrw::FontMetrics& metrics() const { return metrics_; }
-
-private:
-    kvdrw::Engine* engine_;
-    kvdrw::Font* font_ = nullptr;
-    kvdrw::FontMetrics metrics_{};
-    std::unordered_map<uint32_t, double> advances_;
-};
-
 // The first family of a font-family list, as the renderer reads it, so that
 // both ask the engine for the same face.
 std::u16string FirstFamily(const KvChar* list)
@@ -145,10 +120,10 @@ double FontSizePx(const K_SvgStyleProp& style)
     return !IsUnsetDouble(size) && size > 0 ? size : 12.0;
 }
 
-int32_t CSvgFont::Setup(const K_SvgStyleProp& style)
+// The font's style bits, as the renderer reads them: bold, bolder, 700,
+// 800 and 900 are bold, 600 is not; oblique is not italic.
+int32_t FontStyleBits(const K_SvgStyleProp& style)
 {
-    if (!engine_)
-        return ERROR_NO_ENGINE;
     const SvgFontAttributes& attributes = style.text.font;
     int32_t styleBits = 0;
     if (attributes.fontStyle == 2)
@@ -157,23 +132,29 @@ int32_t CSvgFont::Setup(const K_SvgStyleProp& style)
         styleBits |= kvdrw::kFontStrikeOut;
     if (style.text.textDecoration & SVG_TEXT_DECORATION_UNDERLINE)
         styleBits |= kvdrw::kFontUnderline;
-    // bold, bolder, 700, 800, 900: 600 measures regular.
     const uint32_t weight = attributes.fontWeight;
     if (weight == 2 || weight == 3 || weight == 11 || weight == 12 || weight == 13)
         styleBits |= kvdrw::kFontBold;
-    const double resolution = engine_->GetResolution() > 0 ? engine_->GetResolution() : 96.0;
-    const double points = FontSizePx(style) * 72.0 / resolution;
-    std::u16string family;
-    try {
-        family = FirstFamily(attributes.fontFamily);
-    } catch (const std::bad_alloc&) {
-        return ERROR_NO_MEMORY;
-    }
+    return styleBits;
+}
+
+}  // namespace
+
+CSvgFont::~CSvgFont()
+{
+    if (font_)
+        engine_->DeleteObject(font_);
+}
+
+int32_t CSvgFont::Setup(const std::u16string& family, double points, int32_t styleBits)
+{
+    if (!engine_)
+        return ERROR_NO_ENGINE;
     if (int32_t status = engine_->CreateFont(&font_, 0, family.c_str(), points, styleBits); status != SUCCESS) {
         font_ = nullptr;
         return status == ERROR_NO_MEMORY ? status : SUCCESS;
     }
-    font_->GetMetrics(&metrics_, engine_, resolution);
+    font_->GetMetrics(&metrics_, engine_, engine_->GetResolution());
     return SUCCESS;
 }
 
@@ -194,6 +175,51 @@ double CSvgFont::Advance(const char16_t* text, int32_t length)
     }
     return size.width;
 }
+
+CSvgFont* CSvgFontCache::FontFor(const K_SvgStyleProp& style, int32_t* status)
+{
+    *status = SUCCESS;
+    if (!engine_) {
+        *status = ERROR_NO_ENGINE;
+        return nullptr;
+    }
+    try {
+        const std::u16string family = FirstFamily(style.text.font.fontFamily);
+        const double resolution = engine_->GetResolution() > 0 ? engine_->GetResolution() : 96.0;
+        const double points = FontSizePx(style) * 72.0 / resolution;
+        const int32_t styleBits = FontStyleBits(style);
+        std::u16string key = family;
+        key.push_back(u'\0');
+        uint64_t bits = 0;
+        std::memcpy(&bits, &points, sizeof bits);
+        for (int shift = 0; shift < 64; shift += 16)
+            key.push_back(static_cast<char16_t>(bits >> shift));
+        key.push_back(static_cast<char16_t>(styleBits));
+        auto known = fonts_.find(key);
+        if (known != fonts_.end())
+            return known->second.get();
+        auto font = std::unique_ptr<CSvgFont>(new (std::nothrow) CSvgFont(engine_));
+        if (!font) {
+            *status = ERROR_NO_MEMORY;
+            return nullptr;
+        }
+        if ((*status = font->Setup(family, points, styleBits)) != SUCCESS)
+            return nullptr;
+        return fonts_.emplace(std::move(key), std::move(font)).first->second.get();
+    } catch (const std::bad_alloc&) {
+        *status = ERROR_NO_MEMORY;
+        return nullptr;
+    }
+}
+
+CSvgFontCache* CSvgFlattener::textFonts()
+{
+    if (!textFonts_)
+        textFonts_.reset(new (std::nothrow) CSvgFontCache(engine()));
+    return textFonts_.get();
+}
+
+namespace {
 
 double OrZero(double value) { return IsUnsetDouble(value) ? 0.0 : value; }
 
@@ -525,9 +551,14 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
         if (context.xmlSpace != kXmlSpacePreserve)
             NormalizeTextSpace(segment->text, leading, trailing);
 
-        CSvgFont font(flattener_.engine());
-        if (int32_t status = font.Setup(style); status != SUCCESS)
-            return status;
+        CSvgFontCache* fonts = flattener_.textFonts();
+        if (!fonts)
+            return ERROR_NO_MEMORY;
+        int32_t fontStatus = SUCCESS;
+        CSvgFont* measuring = fonts->FontFor(style, &fontStatus);
+        if (!measuring)
+            return fontStatus;
+        CSvgFont& font = *measuring;
         const std::u16string& chars = segment->text;
         const size_t n = chars.size();
         segment->x.resize(n);

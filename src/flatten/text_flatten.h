@@ -11,8 +11,51 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
 
 #include "flatten/svg_flattener.h"
+#include "kvsvg/kvdrw.h"
+
+// A font on the measuring engine with the advances it has measured. The
+// same character measures the same every time, so each is asked once.
+class CSvgFont {
+public:
+    explicit CSvgFont(kvdrw::Engine* engine) : engine_(engine) {}
+    ~CSvgFont();
+    CSvgFont(const CSvgFont&) = delete;
+    CSvgFont& operator=(const CSvgFont&) = delete;
+
+    // ERROR_NO_ENGINE without an engine; a family the engine cannot give
+    // leaves the font null, and every advance 0.
+    int32_t Setup(const std::u16string& family, double points, int32_t styleBits);
+    // Advance of one character (one or two UTF-16 units); 0 without a font.
+    double Advance(const char16_t* text, int32_t length);
+    const kvdrw::FontMetrics& metrics() const { return metrics_; }
+
+private:
+    kvdrw::Engine* engine_;
+    kvdrw::Font* font_ = nullptr;
+    kvdrw::FontMetrics metrics_{};
+    std::unordered_map<uint32_t, double> advances_;
+};
+
+// The fonts of one flattening run by family, size and style, so that the
+// thousands of strings of a page share a few fonts and their advances.
+// Goes before the engine does.
+class CSvgFontCache {
+public:
+    explicit CSvgFontCache(kvdrw::Engine* engine) : engine_(engine) {}
+    // The font for a cascaded style; null only when memory ran out, with
+    // *status telling why (ERROR_NO_ENGINE without an engine).
+    CSvgFont* FontFor(const K_SvgStyleProp& style, int32_t* status);
+
+private:
+    kvdrw::Engine* engine_;
+    std::map<std::u16string, std::unique_ptr<CSvgFont>> fonts_;
+};
 
 // The handler of `text`.
 int32_t FlattenText(CSvgFlattener& flattener, CSvgContext& context);
