@@ -13,12 +13,15 @@
 #include "document/element_table.h"
 #include "document/svg_xml_streams.h"
 #include "document/svg_zip.h"
+#include "document/text_white_space.h"
 #include "values/file_option_attributes.h"
 #include "values/svg_attribute_reader.h"
 
 namespace {
 
-constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
+// White space is kept at parse so that the blanks between the parts of a
+// text survive; DropLayoutWhiteSpace then removes the indentation.
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata;
 
 // 0 none stated, 1 for exactly 1.0, 2 for exactly 1.1; a version that is
 // not a number fails the load.
@@ -250,6 +253,7 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
         if (!tolerate)
             return ERROR_FILE_OPEN;
     }
+    DropLayoutWhiteSpace(tree_);
     pugi::xml_node root = Root();
     if (!root)
         return ERROR_NO_SVG_ROOT;

@@ -126,6 +126,13 @@ TEST(TextFlatten, WhiteSpaceCollapsesUnlessPreserved)
         {"white space between two strings counts once",
          Mono(R"~(<text x="10" y="20"><tspan>a </tspan><tspan> b</tspan></text>)~"),
          FlatRun(R"~(x="10" y="20")~", "a") + FlatRun(R"~(x="34.58" y="20")~", "b")},
+        {"the blank between two tspans is one advance",
+         Mono(R"~(<text x="10" y="20"><tspan>a</tspan> <tspan>b</tspan>  <tspan>c</tspan></text>)~"),
+         FlatRun(R"~(x="10" y="20")~", "a") + FlatRun(R"~(x="34.58" y="20")~", "b") +
+             FlatRun(R"~(x="59.16" y="20")~", "c")},
+        {"indented markup inside a text reads as blanks between its parts",
+         Mono("<text x=\"10\" y=\"20\">\n  <tspan>a</tspan>\n  <tspan>b</tspan>\n</text>"),
+         FlatRun(R"~(x="10" y="20")~", "a") + FlatRun(R"~(x="34.58" y="20")~", "b")},
         {"a string of blanks between two others gives one advance",
          Mono(R"~(<text x="10" y="20">a<tspan>   </tspan>b</text>)~"),
          FlatRun(R"~(x="10" y="20")~", "a") + FlatRun(R"~(x="34.58" y="20")~", "b")},
