@@ -16,6 +16,7 @@
 #include "base/utf.h"
 #include "document/svg_base_handler.h"
 #include "document/svg_document_handler.h"
+#include "flatten/clip_paths.h"
 #include "flatten/paint_and_clip.h"
 #include "kvsvg/kvdrw.h"
 #include "values/value_kinds.h"
@@ -24,6 +25,26 @@
 namespace {
 
 constexpr double kDegreesPerRadian = 57.29577951308232;
+
+// Gives an engine object back to its engine on every path.
+template <class T>
+class EngineOwned {
+public:
+    explicit EngineOwned(kvdrw::Engine& engine) : engine_(engine) {}
+    ~EngineOwned()
+    {
+        if (object_)
+            engine_.DeleteObject(object_);
+    }
+    EngineOwned(const EngineOwned&) = delete;
+    EngineOwned& operator=(const EngineOwned&) = delete;
+    T** out() { return &object_; }
+    T* get() const { return object_; }
+
+private:
+    kvdrw::Engine& engine_;
+    T* object_ = nullptr;
+};
 // A text turned by less than this keeps the turn out of its runs.
 constexpr double kTextRotationTolerance = 0.005;
 // A run stays on one line while its baseline moves by less than this.
@@ -1093,6 +1114,20 @@ int32_t TextLayoutRun::EmitTextRun(TextSegment& segment, SvgTextElement& record,
         return status;
     record.core.xmlSpace = segment.xmlSpace;
 
+    // Inside a clipPath the run clips by the outlines of its glyphs.
+    if (CSvgClipPath* clip = segment.context->collectingClip) {
+        kvdrw::Engine* engine = flattener_.engine();
+        if (!engine)
+            return ERROR_NO_ENGINE;
+        EngineOwned<kvdrw::GraphicsPath> figure(*engine);
+        if (int32_t status = engine->CreatePath(figure.out()); status != SUCCESS)
+            return status;
+        const bool evenOdd = record.style.paint.fill.rule == svgkind::kFillRuleEvenOdd;
+        figure.get()->SetFillMode(evenOdd ? kvdrw::kFillEvenOdd : kvdrw::kFillWinding);
+        if (int32_t status = AddTextOutline(*engine, *figure.get(), record); status != SUCCESS)
+            return status;
+        return clip->AddGeometry(figure.get(), evenOdd);
+    }
     SvgElementView inserted;
     if (int32_t status = flattener_.InsertFlatElement(*segment.context, &record, SVG_ELEMENT_TEXT, CSvgBoundingBox{},
                                                       &inserted);
@@ -1161,4 +1196,82 @@ int32_t FlattenText(CSvgFlattener& flattener, CSvgContext& parent)
     if (int32_t status = run->Walk(*context, parent.sourceNode.node()); status != SUCCESS)
         return status;
     return run->Finish();
+}
+
+int32_t AddTextOutline(kvdrw::Engine& engine, kvdrw::GraphicsPath& figure, const SvgTextElement& text)
+{
+    if (!text.text || text.textCount == 0)
+        return SUCCESS;
+    const double fontSize = text.style.text.font.fontSize.length.value;
+    if (!IsUnsetDouble(fontSize) && fontSize == 0.0)
+        return SUCCESS;
+    std::u16string family;
+    try {
+        family = FirstFamily(text.style.text.font.fontFamily);
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
+    }
+    CSvgFont font(&engine);
+    const double resolution = engine.GetResolution() > 0 ? engine.GetResolution() : 96.0;
+    if (int32_t status = font.Setup(family, FontSizePx(text.style) * 72.0 / resolution, FontStyleBits(text.style));
+        status != SUCCESS)
+        return status;
+    kvdrw::Font* handle = font.handle();
+    if (!handle)
+        return SUCCESS;
+    const double ascent = font.metrics().values[kvdrw::kMetricAscent];
+    const SvgMatrix runMatrix = SvgMatrixFromList(&text.transform);
+    const SvgTextPositionAttributes& p = text.position;
+    const uint32_t count = text.textCount;
+    double penX = 0, penY = 0, angle = 0;
+    try {
+        std::vector<kvdrw::Point> points;
+        for (uint32_t i = 0; i < count; ++i) {
+            const char16_t unit = text.text[i];
+            if (i < p.xCount)
+                penX = OrZero(p.x[i].value);
+            else if (i > 0)
+                penX += font.Advance(&text.text[i - 1], 1);
+            if (i < p.yCount)
+                penY = OrZero(p.y[i].value);
+            if (i < p.rotateCount)
+                angle = OrZero(p.rotate[i]);
+            if (IsLowSurrogate(unit) && i > 0)
+                continue;
+            const int32_t length = IsHighSurrogate(unit) && i + 1 < count ? 2 : 1;
+            EngineOwned<kvdrw::GraphicsPath> glyph(engine);
+            if (int32_t status = engine.CreatePath(glyph.out()); status != SUCCESS)
+                return status;
+            const kvdrw::Point origin{penX, penY - ascent};
+            if (int32_t status = glyph.get()->AddString(&engine, &text.text[i], length, handle, origin, nullptr);
+                status != SUCCESS)
+                return status;
+            EngineOwned<kvdrw::PathData> data(engine);
+            if (int32_t status = glyph.get()->GetPathData(data.out()); status != SUCCESS)
+                return status;
+            const int32_t n = data.get()->GetCount();
+            if (n <= 0)
+                continue;
+            SvgMatrix m = runMatrix;
+            if (angle != 0.0) {
+                SvgTransform turn{};
+                turn.size = kSvgTransformSize;
+                turn.type = SVG_TRANSFORM_ROTATE;
+                turn.a = angle;
+                turn.b = penX;
+                turn.c = penY;
+                m = MultiplySvgMatrix(m, SvgMatrixFromTransform(turn));
+            }
+            points.assign(data.get()->GetPoints(), data.get()->GetPoints() + n);
+            for (kvdrw::Point& point : points) {
+                const KvPoint moved = m.Apply(point.x, point.y);
+                point = {moved.x, moved.y};
+            }
+            if (int32_t status = figure.AddPathData(points.data(), data.get()->GetTypes(), n); status != SUCCESS)
+                return status;
+        }
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
+    }
+    return SUCCESS;
 }

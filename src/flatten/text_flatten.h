@@ -34,6 +34,7 @@ public:
     // Advance of one character (one or two UTF-16 units); 0 without a font.
     double Advance(const char16_t* text, int32_t length);
     const kvdrw::FontMetrics& metrics() const { return metrics_; }
+    kvdrw::Font* handle() const { return font_; }
 
 private:
     kvdrw::Engine* engine_;
@@ -59,3 +60,8 @@ private:
 
 // The handler of `text`.
 int32_t FlattenText(CSvgFlattener& flattener, CSvgContext& context);
+
+// Adds the glyph outlines of one flat text run, as the renderer would set
+// its characters (each at its x and y, turned by its rotate, under the
+// run's transform), to `figure`: text inside a clipPath clips by its shape.
+int32_t AddTextOutline(kvdrw::Engine& engine, kvdrw::GraphicsPath& figure, const SvgTextElement& text);

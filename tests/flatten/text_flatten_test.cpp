@@ -2,7 +2,8 @@
 // character, as a caller reads them back. Liberation Mono at 20.48 pixels
 // advances every character by exactly 12.29, so expected positions are
 // written out as a reader would count them.
-#include <chrono>
+#include <algorithm>
+#include <cstdlib>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -390,4 +391,38 @@ TEST(TextFlatten, HostileTextEndsWithAClearResult)
             rotate += "0 ";
         flatten(Mono(R"(<text x="0" y="10" rotate=")" + rotate + R"(">abc</text>)"), SUCCESS, 1);
     }
+}
+
+TEST(TextFlatten, TextInsideAClipPathClipsByItsGlyphs)
+{
+    const std::string flat = FlatContent(
+        R"~(<svg width="300" height="120"><clipPath id="c"><text x="10" y="90" font-family="Liberation Sans" )~"
+        R"~(font-size="80">I</text></clipPath><rect width="300" height="120" fill="orange" clip-path="url(#c)"/></svg>)~");
+    // The clip holds the outline of the letter: a bar from the baseline up
+    // to the cap height, at the pen's x plus the glyph's side bearing.
+    const size_t clip = flat.find(R"~(<clipPath id="c"><path d="M)~");
+    ASSERT_NE(clip, std::string::npos) << flat;
+    EXPECT_EQ(flat.find("<text"), std::string::npos) << flat;
+    EXPECT_NE(flat.find(R"~(clip-path="url(#c)")~"), std::string::npos) << flat;
+    const size_t from = flat.find("<path d=\"", clip) + 9;
+    const std::string d = flat.substr(from, flat.find('"', from) - from);
+    double left = 1e9, right = -1e9, top = 1e9, bottom = -1e9;
+    for (const char* at = d.c_str(); *at;) {
+        char* end = nullptr;
+        if (*at == '-' || (*at >= '0' && *at <= '9')) {
+            const double x = std::strtod(at, &end);
+            const double y = std::strtod(end, &end);
+            left = std::min(left, x);
+            right = std::max(right, x);
+            top = std::min(top, y);
+            bottom = std::max(bottom, y);
+            at = end;
+        } else {
+            ++at;
+        }
+    }
+    EXPECT_NEAR(bottom, 90, 0.5);
+    EXPECT_NEAR(top, 90 - 0.688 * 80, 2);
+    EXPECT_GT(left, 10);
+    EXPECT_LT(right, 10 + 0.278 * 80);
 }
