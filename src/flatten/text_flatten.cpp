@@ -812,18 +812,27 @@ int32_t TextLayoutRun::Walk(CSvgTextContext& root, pugi::xml_node element)
 
 int32_t TextLayoutRun::EnsureAnchorWritten(int32_t index)
 {
-    if (index < 0)
-        return SUCCESS;
-    PendingAnchor& anchor = anchors_[static_cast<size_t>(index)];
-    if (anchor.written)
-        return SUCCESS;
-    if (int32_t status = EnsureAnchorWritten(anchor.parent); status != SUCCESS)
-        return status;
-    anchor.written = true;
-    if (anchor.parent >= 0 && anchors_[static_cast<size_t>(anchor.parent)].inserted)
-        anchor.context->outputParent = anchors_[static_cast<size_t>(anchor.parent)].inserted;
-    return flattener_.InsertFlatElement(*anchor.context, &anchor.record->get(), SVG_ELEMENT_A, CSvgBoundingBox{},
-                                        &anchor.inserted);
+    // The unwritten anchors from this one outwards, written outermost
+    // first; a loop, since anchors can nest as deep as the text does.
+    std::vector<int32_t> chain;
+    try {
+        for (int32_t at = index; at >= 0 && !anchors_[static_cast<size_t>(at)].written;
+             at = anchors_[static_cast<size_t>(at)].parent)
+            chain.push_back(at);
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
+    }
+    for (auto at = chain.rbegin(); at != chain.rend(); ++at) {
+        PendingAnchor& anchor = anchors_[static_cast<size_t>(*at)];
+        anchor.written = true;
+        if (anchor.parent >= 0 && anchors_[static_cast<size_t>(anchor.parent)].inserted)
+            anchor.context->outputParent = anchors_[static_cast<size_t>(anchor.parent)].inserted;
+        if (int32_t status = flattener_.InsertFlatElement(*anchor.context, &anchor.record->get(), SVG_ELEMENT_A,
+                                                          CSvgBoundingBox{}, &anchor.inserted);
+            status != SUCCESS)
+            return status;
+    }
+    return SUCCESS;
 }
 
 int32_t TextLayoutRun::Finish()

@@ -384,6 +384,17 @@ TEST(TextFlatten, HostileTextEndsWithAClearResult)
         EXPECT_NEAR(runs.back().x[0], 9999 * 12.29 + 10000, 1);
     }
     {
+        SCOPED_TRACE("2,000 nested links around one letter");
+        std::string body = "<text x=\"0\" y=\"10\">";
+        for (int i = 0; i < 2000; ++i)
+            body += "<a xlink:href=\"#x\">";
+        body += "z";
+        for (int i = 0; i < 2000; ++i)
+            body += "</a>";
+        body += "</text>";
+        flatten(Mono(body), SUCCESS, 1);
+    }
+    {
         SCOPED_TRACE("a rotate list of 1,000,000 numbers on three characters");
         std::string rotate;
         rotate.reserve(2000000);
