@@ -6,7 +6,14 @@
 // everywhere else.
 #pragma once
 
+#include <cstddef>
+
 #include <pugixml.hpp>
+
+// Whether a document's bytes may hold a text element (in UTF-8 or UTF-16):
+// only such documents need white space kept at parse, which costs a node
+// per indentation.
+bool MayHoldTextContent(const void* data, size_t size);
 
 // Removes every character-data node of nothing but white space that has a
 // sibling and does not stand inside a `text` element. A node that is its
