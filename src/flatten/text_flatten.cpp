@@ -197,6 +197,11 @@ double CSvgFont::Advance(const char16_t* text, int32_t length)
     return size.width;
 }
 
+bool CSvgFont::ShapedAdvances(const char16_t* text, int32_t length, double* advances)
+{
+    return font_ && length > 0 && font_->MeasureGlyphRun(engine_, text, length, advances) == SUCCESS;
+}
+
 CSvgFont* CSvgFontCache::FontFor(const K_SvgStyleProp& style, int32_t* status)
 {
     *status = SUCCESS;
@@ -308,6 +313,16 @@ bool IsRightToLeftLetter(uint32_t c)
 {
     return (c >= 0x0590 && c <= 0x08FF) || (c >= 0xFB1D && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFF) ||
            (c >= 0x10800 && c <= 0x10FFF) || (c >= 0x1E800 && c <= 0x1EFFF);
+}
+
+// Letters whose shapes join their neighbours (Arabic, Syriac, N'Ko and the
+// Arabic presentation forms), as the renderer groups them.
+bool IsJoiningLetter(char16_t c)
+{
+    return (c >= 0x0620 && c <= 0x064A) || (c >= 0x066E && c <= 0x06D3) || (c >= 0x06FA && c <= 0x06FF) ||
+           (c >= 0x0710 && c <= 0x074F) || (c >= 0x0750 && c <= 0x077F) || (c >= 0x07CA && c <= 0x07EA) ||
+           (c >= 0x08A0 && c <= 0x08C9) || (c >= 0xFB50 && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFC) ||
+           (c >= 0x064B && c <= 0x065F);
 }
 
 // Blanks and punctuation take the side of the letters around them; letters
@@ -595,9 +610,9 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
                                          ? OrZero(spacing.letterSpacing.length.value) : 0.0;
         const double wordSpacing = spacing.wordSpacing.kind == svgkind::kKeywordLengthValue
                                        ? OrZero(spacing.wordSpacing.length.value) : 0.0;
-        const auto advancePen = [&](const char16_t* unit, int32_t length) {
+        const auto advancePen = [&](const char16_t* unit, double width) {
             ++position.index;
-            double step = font.Advance(unit, length) + letterSpacing;
+            double step = width + letterSpacing;
             if (unit[0] == u' ')
                 step += wordSpacing;
             if (vertical)
@@ -610,13 +625,25 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
         // The white space between two strings counts once.
         if (leading == kSpaceTrailing && position.lastSpace == kSpaceSolid) {
             ApplyCharPosition(context);
-            advancePen(&kBlank, 1);
+            advancePen(&kBlank, font.Advance(&kBlank, 1));
         }
         const double shift = BaselineShift(style, font.metrics());
         segment->ascent = font.metrics().values[kvdrw::kMetricAscent];
         segment->descent = font.metrics().values[kvdrw::kMetricDescent];
         std::vector<double> steps(n, 0.0);
         std::vector<bool> positioned(n, false);
+        // Words of joining letters are measured shaped, as they are drawn.
+        std::vector<double> shaped(n, -1.0);
+        for (size_t i = 0; i < n;) {
+            size_t end = i;
+            while (end < n && IsJoiningLetter(chars[end]))
+                ++end;
+            if (end - i > 1 && !font.ShapedAdvances(&chars[i], static_cast<int32_t>(end - i), &shaped[i]))
+                std::fill(shaped.begin() + static_cast<ptrdiff_t>(i), shaped.begin() + static_cast<ptrdiff_t>(end), -1.0);
+            else if (end - i == 1)
+                shaped[i] = -1.0;
+            i = end > i ? end : i + 1;
+        }
         for (size_t i = 0; i < n; ++i) {
             const bool pair = IsHighSurrogate(chars[i]) && i + 1 < n && IsLowSurrogate(chars[i + 1]);
             bool moved = false;
@@ -633,7 +660,7 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
             segment->y[i] = position.y + (vertical ? 0.0 : shift);
             segment->rotate[i] = angle;
             segment->chunk[i] = static_cast<uint32_t>(chunks_.size() - 1);
-            const double width = font.Advance(&chars[i], pair ? 2 : 1);
+            const double width = shaped[i] >= 0 ? shaped[i] : font.Advance(&chars[i], pair ? 2 : 1);
             segment->advance[i] = width;
             // Blanks inside a string take their room in the chunk; the ones
             // that white space handling cut from its ends are not characters.
@@ -646,7 +673,7 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
                 chunk.hasCharacters = true;
             }
             const double penBefore = vertical ? position.y : position.x;
-            advancePen(&chars[i], pair ? 2 : 1);
+            advancePen(&chars[i], width);
             steps[i] = std::fabs((vertical ? position.y : position.x) - penBefore);
             if (pair) {
                 // The second half of a pair stands where the first does and
@@ -663,7 +690,7 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
             ReorderRightToLeftWords(*segment, steps, positioned);
         if (n > 0 && trailing == kSpaceTrailing) {
             ApplyCharPosition(context);
-            advancePen(&kBlank, 1);
+            advancePen(&kBlank, font.Advance(&kBlank, 1));
         }
         if (n > 0 || trailing != kSpaceNone)
             position.lastSpace = trailing;

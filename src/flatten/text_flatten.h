@@ -33,6 +33,10 @@ public:
     int32_t Setup(const std::u16string& family, double points, int32_t styleBits);
     // Advance of one character (one or two UTF-16 units); 0 without a font.
     double Advance(const char16_t* text, int32_t length);
+    // Advances of a stretch shaped as one: a cluster's advance goes to its
+    // first unit. Letters that join are measured so, since they are drawn
+    // joined. False when it cannot be measured.
+    bool ShapedAdvances(const char16_t* text, int32_t length, double* advances);
     const kvdrw::FontMetrics& metrics() const { return metrics_; }
     kvdrw::Font* handle() const { return font_; }
 
