@@ -437,3 +437,26 @@ TEST(TextFlatten, TextInsideAClipPathClipsByItsGlyphs)
     EXPECT_GT(left, 10);
     EXPECT_LT(right, 10 + 0.278 * 80);
 }
+
+TEST(TextFlatten, JoiningWordsAreMeasuredAsTheyAreDrawn)
+{
+    // An Arabic word takes the room of the word shaped as one, not of its
+    // letters alone, so what follows it starts where the drawn word ends.
+    const std::u16string word = u"\u0645\u0631\u062D\u0628\u0627";
+    int32_t status = 0;
+    const auto runs = FlatTextRuns(
+        R"(<svg width="400" height="100"><text x="10" y="50" font-family="Liberation Sans" font-size="20">)"
+        "\xD9\x85\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7 a</text></svg>",
+        &status);
+    ASSERT_EQ(status, SUCCESS);
+    ASSERT_EQ(runs.size(), 1u);
+    ASSERT_EQ(runs[0].text, word + u" a");
+    MeasuringFont font(u"Liberation Sans", 20);
+    const std::vector<double>& x = runs[0].x;
+    // Read from the right: the last letter stands at the pen's start.
+    EXPECT_NEAR(x[4], 10, 1e-2);
+    EXPECT_GT(x[0], x[4]);
+    EXPECT_NEAR(x[6], 10 + font.Width(word) + font.Width(u" "), 1e-2);
+    EXPECT_LT(font.Width(word), font.Width(u"\u0645") + font.Width(u"\u0631") + font.Width(u"\u062D") +
+                                    font.Width(u"\u0628") + font.Width(u"\u0627"));
+}
