@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/tracked_memory.h"
 #include "flatten/flat_promises.h"
 #include "kvsvg/kvdrw.h"
 
@@ -459,4 +460,37 @@ TEST(TextFlatten, JoiningWordsAreMeasuredAsTheyAreDrawn)
     EXPECT_NEAR(x[6], 10 + font.Width(word) + font.Width(u" "), 1e-2);
     EXPECT_LT(font.Width(word), font.Width(u"\u0645") + font.Width(u"\u0631") + font.Width(u"\u062D") +
                                     font.Width(u"\u0628") + font.Width(u"\u0627"));
+}
+
+TEST(TextFlatten, EveryFailedAllocationGivesNoMemoryAndLeavesNothing)
+{
+    const std::string svg = Mono(
+        R"~(<linearGradient id="g"><stop offset="0" stop-color="red"/></linearGradient>)~"
+        R"~(<clipPath id="c"><text x="1" y="20">C</text></clipPath>)~"
+        R"~(<g transform="rotate(10)"><text x="10 20" y="20" rotate="5" fill="url(#g)" clip-path="url(#c)" )~"
+        R"~(original_font_name="F">ab<tspan dy="3" xml:space="preserve"> c </tspan><a xlink:href="#x">d</a></text></g>)~"
+        R"~(<text x="50" y="50" text-anchor="end">e f</text>)~");
+    kvtest::Handle source;
+    ASSERT_EQ(kvtest::LoadText(svg, source), SUCCESS);
+    const std::string before = kvtest::SaveRaw(source);
+    const size_t blocksBefore = TrackedLiveBlocks();
+    bool succeeded = false;
+    for (long n = 0; n < 4000 && !succeeded; ++n) {
+        SCOPED_TRACE(n);
+        SvgHandle flat = reinterpret_cast<SvgHandle>(0x1);
+        TrackedFailAllocationAfter(n);
+        const int32_t status = K_SvgFlatDocument(source, &flat, nullptr);
+        TrackedFailAllocationAfter(-1);
+        succeeded = status == SUCCESS;
+        if (!succeeded) {
+            ASSERT_EQ(status, ERROR_NO_MEMORY);
+            EXPECT_EQ(flat, nullptr);
+            EXPECT_EQ(TrackedLiveBlocks(), blocksBefore);
+        } else {
+            kvtest::ExpectFlatPromises(flat);
+            K_SvgFreeNode(flat);
+        }
+        ASSERT_EQ(kvtest::SaveRaw(source), before);
+    }
+    EXPECT_TRUE(succeeded);
 }
