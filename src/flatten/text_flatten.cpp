@@ -14,7 +14,6 @@
 #include "base/safety_limits.h"
 #include "base/tracked_memory.h"
 #include "base/utf.h"
-#include "document/svg_base_handler.h"
 #include "document/svg_document_handler.h"
 #include "flatten/clip_paths.h"
 #include "flatten/paint_and_clip.h"
