@@ -486,39 +486,48 @@ double ResolvedListValue(const SvgLength& value, bool vertical, const CSvgContex
     return copy.value;
 }
 
-// The characters of a right-to-left word in left-to-right text read from
-// the right: each stretch from one right-to-left letter to the last one
-// before any left-to-right letter is mirrored within the room it takes, as
-// long as no character inside it was placed by a position list. The
-// renderer sets one character at a time, so the order must be in the
-// positions.
-void ReorderRightToLeftWords(TextSegment& segment, const std::vector<double>& steps,
-                             const std::vector<bool>& positioned)
+// Words written against the line's direction read in their own: letters
+// of a right-to-left script inside left-to-right text read from the right,
+// and Latin letters, digits and the like inside right-to-left text from the
+// left. Each stretch from one such character to the last one before a
+// character of the line's own direction is mirrored within the room it
+// takes, as long as no character inside it was placed by a position list.
+// The renderer sets one character at a time, so the order must be in the
+// positions. Positions are left edges on a left-to-right line and right
+// edges on a right-to-left one, where the pen moves left.
+void ReorderOpposingWords(TextSegment& segment, const std::vector<double>& steps, const std::vector<bool>& positioned,
+                          bool rightToLeftLine)
 {
     const std::u16string& text = segment.text;
+    const auto opposes = [&](char16_t c) {
+        return rightToLeftLine ? !IsRightToLeftLetter(c) && !IsNeutral(c) && !IsLowSurrogate(c)
+                               : IsRightToLeftLetter(c);
+    };
+    const double edge = rightToLeftLine ? 1.0 : -1.0;
     const size_t n = text.size();
     size_t i = 0;
     while (i < n) {
-        if (!IsRightToLeftLetter(text[i])) {
+        if (!opposes(text[i])) {
             ++i;
             continue;
         }
         size_t last = i;
-        size_t j = i + 1;
-        for (; j < n; ++j) {
+        for (size_t j = i + 1; j < n; ++j) {
             const char16_t c = text[j];
             if (positioned[j] || segment.chunk[j] != segment.chunk[i])
                 break;
-            if (IsRightToLeftLetter(c) || (c >= 0x0300 && c <= 0x036F))
+            if (opposes(c) || (c >= 0x0300 && c <= 0x036F) || IsLowSurrogate(c))
                 last = j;
-            else if (!IsNeutral(c) && !IsLowSurrogate(c))
+            else if (!IsNeutral(c))
                 break;
         }
         if (last > i) {
-            const double left = segment.x[i];
-            const double right = segment.x[last] + steps[last];
+            // The two ends of the stretch along the line, whichever way it runs.
+            const double start = segment.x[i];
+            const double end = segment.x[last] + edge * -steps[last];
             for (size_t k = i; k <= last; ++k)
-                segment.x[k] = IsLowSurrogate(text[k]) ? segment.x[k - 1] : left + right - segment.x[k] - steps[k];
+                segment.x[k] = IsLowSurrogate(text[k]) ? segment.x[k - 1]
+                                                       : start + end - segment.x[k] + edge * steps[k];
         }
         i = last + 1;
     }
@@ -685,8 +694,8 @@ int32_t TextLayoutRun::FlattenTextChunk(CSvgTextContext& context, std::u16string
                 segment->chunk[i] = segment->chunk[i - 1];
             }
         }
-        if (!vertical && !rightToLeft)
-            ReorderRightToLeftWords(*segment, steps, positioned);
+        if (!vertical)
+            ReorderOpposingWords(*segment, steps, positioned, rightToLeft);
         if (n > 0 && trailing == kSpaceTrailing) {
             ApplyCharPosition(context);
             advancePen(&kBlank, font.Advance(&kBlank, 1));

@@ -110,10 +110,10 @@ TEST(TextFlatten, AnchorsShiftEachChunkByItsMeasuredWidth)
         {"trailing white space takes no part in the width",
          Mono(R"~(<text x="100" y="50" text-anchor="end">ab </text>)~"),
          FlatRun(R"~(x="75.42 87.71" y="50 50")~", "ab")},
-        {"right to left, the pen moves left and end anchors the left end",
+        {"right to left a Latin word still reads from the left, ends where the line starts, and end anchors its left end",
          Mono(R"~(<text x="100" y="50" direction="rtl">ab</text><text x="100" y="90" direction="rtl" text-anchor="end">ab</text>)~"),
-         R"~(<text x="100 87.71" y="50 50" direction="rtl")~" + std::string(kFont) + ">ab</text>" +
-             R"~(<text x="124.58 112.29" y="90 90" direction="rtl")~" + kFont + ">ab</text>"},
+         R"~(<text x="87.71 100" y="50 50" direction="rtl")~" + std::string(kFont) + ">ab</text>" +
+             R"~(<text x="112.29 124.58" y="90 90" direction="rtl")~" + kFont + ">ab</text>"},
         {"vertical text runs down the page and anchors along it",
          Mono(R"~(<text x="100" y="50" writing-mode="tb" text-anchor="end">ab</text>)~"),
          R"~(<text x="100 100" y="25.42 37.71" writing-mode="tb")~" + std::string(kFont) + ">ab</text>"},
@@ -493,4 +493,27 @@ TEST(TextFlatten, EveryFailedAllocationGivesNoMemoryAndLeavesNothing)
         ASSERT_EQ(kvtest::SaveRaw(source), before);
     }
     EXPECT_TRUE(succeeded);
+}
+
+TEST(TextFlatten, LatinInsideARightToLeftLineReadsFromTheLeft)
+{
+    int32_t status = 0;
+    const auto runs = FlatTextRuns(
+        R"(<svg width="400" height="100"><text x="390" y="50" direction="rtl" font-family="Liberation Sans" )"
+        "font-size=\"20\">\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D abc 12</text></svg>",
+        &status);
+    ASSERT_EQ(status, SUCCESS);
+    ASSERT_EQ(runs.size(), 1u);
+    const std::vector<double>& x = runs[0].x;
+    ASSERT_EQ(x.size(), 11u);
+    // Right edges, the pen moving left: the Hebrew word first from 390.
+    EXPECT_NEAR(x[0], 390, 1e-2);
+    EXPECT_GT(x[0], x[1]);
+    EXPECT_GT(x[2], x[3]);
+    // "abc 12" keeps its own order, left to right, to the left of the word.
+    EXPECT_LT(x[5], x[6]);
+    EXPECT_LT(x[6], x[7]);
+    EXPECT_LT(x[7], x[9]);
+    EXPECT_LT(x[9], x[10]);
+    EXPECT_LT(x[10], x[3]);
 }
