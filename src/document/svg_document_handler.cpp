@@ -13,12 +13,17 @@
 #include "document/element_table.h"
 #include "document/svg_xml_streams.h"
 #include "document/svg_zip.h"
+#include "document/text_white_space.h"
 #include "values/file_option_attributes.h"
 #include "values/svg_attribute_reader.h"
 
 namespace {
 
 constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
+// A document with text keeps all white space at parse, so that the blanks
+// between the parts of a text survive; DropLayoutWhiteSpace then removes
+// the indentation.
+constexpr unsigned kParseOptionsWithText = pugi::parse_default | pugi::parse_ws_pcdata;
 
 // 0 none stated, 1 for exactly 1.0, 2 for exactly 1.1; a version that is
 // not a number fails the load.
@@ -241,7 +246,9 @@ int32_t SvgDocumentHandler::CreateEmpty(uint32_t version)
 int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, const SvgLoadOptions* options)
 {
     tree_.reset();
-    pugi::xml_parse_result result = tree_.load_buffer(data, size, kParseOptions, pugi::encoding_auto);
+    const bool keepWhiteSpace = MayHoldTextContent(data, size);
+    pugi::xml_parse_result result =
+        tree_.load_buffer(data, size, keepWhiteSpace ? kParseOptionsWithText : kParseOptions, pugi::encoding_auto);
     if (result.status == pugi::status_out_of_memory)
         return ERROR_NO_MEMORY;
     if (!result) {
@@ -250,6 +257,8 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
         if (!tolerate)
             return ERROR_FILE_OPEN;
     }
+    if (keepWhiteSpace)
+        DropLayoutWhiteSpace(tree_);
     pugi::xml_node root = Root();
     if (!root)
         return ERROR_NO_SVG_ROOT;

@@ -21,6 +21,8 @@ namespace kvdrw::native {
 namespace {
 
 using FcConfigOwner = std::unique_ptr<FcConfig, HandleDeleter<FcConfig, FcConfigDestroy>>;
+using FcFontSetOwner = std::unique_ptr<FcFontSet, HandleDeleter<FcFontSet, FcFontSetDestroy>>;
+using FcCharSetOwner = std::unique_ptr<FcCharSet, HandleDeleter<FcCharSet, FcCharSetDestroy>>;
 
 // A slant of about 11 degrees when the family has no italic face.
 constexpr double kSyntheticSlant = 0.2;
@@ -125,6 +127,11 @@ public:
 
     const std::string& familyName() const override { return family_; }
     const FaceMetrics& metrics() const override { return metrics_; }
+    bool HasGlyph(uint32_t character) const override
+    {
+        hb_codepoint_t glyph = 0;
+        return hb_font_get_nominal_glyph(font_.get(), character, &glyph) && glyph != 0;
+    }
     hb_font_t* shapingFont() const override { return font_.get(); }
 
     const GlyphOutline* Outline(uint32_t glyph) const override
@@ -218,6 +225,7 @@ public:
         // Faces before the library that made them; fontconfig's own tables
         // last, which only FcFini gives back.
         byRequest_.clear();
+        fallbacks_.clear();
         faces_.clear();
         library_.reset();
         if (config_) {
@@ -227,35 +235,60 @@ public:
     }
 
 private:
-    const FontFace* Match(const std::string& family, bool bold, bool italic)
+    bool EnsureConfig()
     {
-        if (!config_) {
+        if (!config_)
             config_.reset(FcInitLoadConfigAndFonts());
-            if (!config_)
-                return nullptr;
-        }
+        return config_ != nullptr;
+    }
+
+    // A request as fontconfig sees it, substituted and defaulted.
+    FcPatternOwner RequestPattern(const std::string& family, bool bold, bool italic, uint32_t character)
+    {
         FcPatternOwner pattern(FcPatternCreate());
         if (!pattern)
-            return nullptr;
+            return pattern;
         FcPatternAddString(pattern.get(), FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
         FcPatternAddInteger(pattern.get(), FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
         FcPatternAddInteger(pattern.get(), FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
         FcPatternAddBool(pattern.get(), FC_SCALABLE, FcTrue);
+        if (character != 0) {
+            FcCharSetOwner wanted(FcCharSetCreate());
+            if (!wanted || !FcCharSetAddChar(wanted.get(), character))
+                return FcPatternOwner();
+            FcPatternAddCharSet(pattern.get(), FC_CHARSET, wanted.get());
+        }
         FcConfigSubstitute(config_.get(), pattern.get(), FcMatchPattern);
         FcDefaultSubstitute(pattern.get());
+        return pattern;
+    }
+
+    const FontFace* Match(const std::string& family, bool bold, bool italic)
+    {
+        if (!EnsureConfig())
+            return nullptr;
+        FcPatternOwner pattern = RequestPattern(family, bold, italic, 0);
+        if (!pattern)
+            return nullptr;
         FcResult result = FcResultNoMatch;
         FcPatternOwner match(FcFontMatch(config_.get(), pattern.get(), &result));
         if (!match)
             return nullptr;
+        return OpenMatched(match.get(), family, bold, italic);
+    }
+
+    // The face of a pattern that fontconfig matched, opened once.
+    const FontFace* OpenMatched(FcPattern* match, const std::string& family, bool bold, bool italic)
+    {
         FcChar8* file = nullptr;
         FcChar8* matchedFamily = nullptr;
         int index = 0, weight = FC_WEIGHT_REGULAR, slant = FC_SLANT_ROMAN;
-        if (FcPatternGetString(match.get(), FC_FILE, 0, &file) != FcResultMatch || !file)
+        if (FcPatternGetString(match, FC_FILE, 0, &file) != FcResultMatch || !file)
             return nullptr;
-        FcPatternGetInteger(match.get(), FC_INDEX, 0, &index);
-        FcPatternGetInteger(match.get(), FC_WEIGHT, 0, &weight);
-        FcPatternGetInteger(match.get(), FC_SLANT, 0, &slant);
-        FcPatternGetString(match.get(), FC_FAMILY, 0, &matchedFamily);
+        FcPatternGetInteger(match, FC_INDEX, 0, &index);
+        FcPatternGetInteger(match, FC_WEIGHT, 0, &weight);
+        FcPatternGetInteger(match, FC_SLANT, 0, &slant);
+        FcPatternGetString(match, FC_FAMILY, 0, &matchedFamily);
         const bool syntheticBold = bold && weight < FC_WEIGHT_DEMIBOLD;
         const bool syntheticItalic = italic && slant == FC_SLANT_ROMAN;
         std::string path = reinterpret_cast<const char*>(file);
@@ -270,6 +303,53 @@ private:
         const FontFace* opened = face.get();
         faces_.emplace(faceKey, std::move(face));
         return opened;
+    }
+
+public:
+    const FontFace* FallbackFor(const FontFace& primary, uint32_t character, bool bold, bool italic) override
+    {
+        std::lock_guard<std::mutex> guard(lock_);
+        auto key = std::make_tuple(&primary, character, bold, italic);
+        if (auto known = fallbacks_.find(key); known != fallbacks_.end())
+            return known->second;
+        const FontFace* face = FindFallback(primary, character, bold, italic);
+        if (fallbacks_.size() < kMaxRememberedFallbacks)
+            fallbacks_.emplace(key, face);
+        return face;
+    }
+
+private:
+    // Distinct characters remembered with their face; past this, a lookup
+    // asks fontconfig again, which costs time but gives the same answer.
+    static constexpr size_t kMaxRememberedFallbacks = 1 << 16;
+
+    const FontFace* FindFallback(const FontFace& primary, uint32_t character, bool bold, bool italic)
+    {
+        if (!EnsureConfig())
+            return nullptr;
+        FcPatternOwner pattern = RequestPattern(primary.familyName(), bold, italic, character);
+        if (!pattern)
+            return nullptr;
+        FcResult result = FcResultNoMatch;
+        FcFontSetOwner sorted(FcFontSort(config_.get(), pattern.get(), FcFalse, nullptr, &result));
+        if (!sorted)
+            return nullptr;
+        for (int i = 0; i < sorted->nfont; ++i) {
+            FcPattern* candidate = sorted->fonts[i];
+            FcCharSet* charset = nullptr;
+            if (FcPatternGetCharSet(candidate, FC_CHARSET, 0, &charset) != FcResultMatch || !charset ||
+                !FcCharSetHasChar(charset, character))
+                continue;
+            FcBool scalable = FcTrue;
+            if (FcPatternGetBool(candidate, FC_SCALABLE, 0, &scalable) == FcResultMatch && !scalable)
+                continue;
+            FcPatternOwner prepared(FcFontRenderPrepare(config_.get(), pattern.get(), candidate));
+            const FontFace* face = OpenMatched(prepared ? prepared.get() : candidate, primary.familyName(), bold,
+                                               italic);
+            if (face && face != &primary && face->HasGlyph(character))
+                return face;
+        }
+        return nullptr;
     }
 
     std::unique_ptr<FontFace> Open(const std::string& path, int index, std::string family, bool syntheticBold,
@@ -308,6 +388,7 @@ private:
     FtLibrary library_;
     std::map<std::tuple<std::string, int, bool, bool>, std::unique_ptr<FontFace>> faces_;
     std::map<std::tuple<std::string, bool, bool>, const FontFace*> byRequest_;
+    std::map<std::tuple<const FontFace*, uint32_t, bool, bool>, const FontFace*> fallbacks_;
 };
 
 }  // namespace

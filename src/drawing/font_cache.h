@@ -19,6 +19,12 @@
 
 namespace kvdrw::native {
 
+// Fallback. A character that the requested face lacks is drawn with the
+// first face fontconfig ranks for the request that has it (FcFontSort with
+// the character in the pattern), so that Arabic, Hebrew or CJK in a Latin
+// family draw as real glyphs. Measuring and drawing ask the same cache, so
+// they always agree on the face of every character.
+//
 // Outline of one glyph in font units, y up, with the kvdrw type codes.
 struct GlyphOutline {
     std::vector<KvPoint> points;
@@ -46,6 +52,8 @@ public:
     virtual ~FontFace() = default;
     virtual const std::string& familyName() const = 0;  // UTF-8, as the face names itself
     virtual const FaceMetrics& metrics() const = 0;
+    // The face maps the character to a glyph of its own.
+    virtual bool HasGlyph(uint32_t character) const = 0;
     // Shaping font at a scale of one unit per font unit. Safe to share.
     virtual hb_font_t* shapingFont() const = 0;
     // Null when the glyph cannot be loaded. The outline lives as long as the
@@ -60,6 +68,10 @@ public:
     // falls back to fontconfig's best match; the generic names "sans-serif"
     // (also written "sansserif"), "serif" and "monospace" are understood.
     virtual const FontFace* Resolve(std::u16string_view family, bool bold, bool italic) = 0;
+    // The face to draw `character` with when `primary` has no glyph for it:
+    // the best-ranked installed face for the same request that has one.
+    // Null when no installed face has it.
+    virtual const FontFace* FallbackFor(const FontFace& primary, uint32_t character, bool bold, bool italic) = 0;
 
 protected:
     virtual ~FontCache() = default;

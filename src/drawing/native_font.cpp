@@ -28,13 +28,13 @@ int32_t EncodeUtf16(uint32_t character, char16_t units[2])
 }
 
 // The ink of shaped glyphs in pixels, y down, the origin on the baseline.
-bool InkOf(const FontFace& face, const TextLayout& layout, const std::vector<uint32_t>& glyphs,
+bool InkOf(const std::vector<const FontFace*>& faces, const TextLayout& layout, const std::vector<uint32_t>& glyphs,
            const std::vector<KvPoint>& positions, KvRectangle& box)
 {
     double left = std::numeric_limits<double>::infinity(), top = left, right = -left, bottom = -left;
-    const double s = layout.scale();
     for (size_t i = 0; i < glyphs.size(); ++i) {
-        const GlyphOutline* outline = face.Outline(glyphs[i]);
+        const double s = layout.ScaleOf(*faces[i]);
+        const GlyphOutline* outline = faces[i]->Outline(glyphs[i]);
         if (!outline || !outline->hasInk)
             continue;
         left = std::min(left, positions[i].x + outline->left * s);
@@ -141,16 +141,17 @@ int32_t NativeFont::MeasureCellWidths(kvdrw::Engine* engine, uint32_t firstChar,
         TextLayout layout(face_, EmPixels(ResolutionOf(engine)), style_, 0);
         std::vector<uint32_t> glyphs;
         std::vector<KvPoint> positions;
+        std::vector<const FontFace*> faces;
         int32_t slot = 0;
         for (uint64_t c = firstChar; c <= lastChar && slot < capacity; ++c, ++slot) {
             char16_t units[2];
             int32_t count = EncodeUtf16(static_cast<uint32_t>(c), units);
             double advance = 0;
-            layout.Shape(units, count, glyphs, positions, advance);
+            layout.Shape(units, count, glyphs, positions, advance, &faces);
             KvRectangle ink{};
             const int32_t total = static_cast<int32_t>(std::lround(advance));
             int32_t before = 0, inkWidth = 0;
-            if (InkOf(face_, layout, glyphs, positions, ink)) {
+            if (InkOf(faces, layout, glyphs, positions, ink)) {
                 before = static_cast<int32_t>(std::lround(ink.x));
                 inkWidth = static_cast<int32_t>(std::lround(ink.x + ink.width)) - before;
             }
@@ -207,9 +208,10 @@ int32_t NativeFont::MeasureExtents(kvdrw::Engine* engine, const char16_t* text, 
         TextLayout layout(face_, EmPixels(ResolutionOf(engine)), style_, 0);
         std::vector<uint32_t> glyphs;
         std::vector<KvPoint> positions;
+        std::vector<const FontFace*> faces;
         double advance = 0;
-        layout.Shape(text, length, glyphs, positions, advance);
-        InkOf(face_, layout, glyphs, positions, *inkBox);
+        layout.Shape(text, length, glyphs, positions, advance, &faces);
+        InkOf(faces, layout, glyphs, positions, *inkBox);
     } catch (const std::bad_alloc&) {
         return ERROR_NO_MEMORY;
     }

@@ -29,37 +29,138 @@ TextLayout::TextLayout(const FontFace& face, double emPixels, int32_t style, int
     lineSpacing_ = m.lineSpacing * scale_;
 }
 
+namespace {
+
+uint32_t CodePointAt(const char16_t* text, int32_t length, int32_t i, int32_t& units)
+{
+    const char16_t c = text[i];
+    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < length && IsLowSurrogate(text[i + 1])) {
+        units = 2;
+        return 0x10000 + ((uint32_t(c) - 0xD800) << 10) + (uint32_t(text[i + 1]) - 0xDC00);
+    }
+    units = 1;
+    return c;
+}
+
+// Characters that belong to whatever stands before them: marks, joiners
+// and variation selectors.
+bool ClingsToPrevious(hb_unicode_funcs_t* unicode, uint32_t c)
+{
+    if (c == 0x200C || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0xE0100 && c <= 0xE01EF))
+        return true;
+    const hb_unicode_general_category_t category = hb_unicode_general_category(unicode, c);
+    return category == HB_UNICODE_GENERAL_CATEGORY_NON_SPACING_MARK ||
+           category == HB_UNICODE_GENERAL_CATEGORY_SPACING_MARK ||
+           category == HB_UNICODE_GENERAL_CATEGORY_ENCLOSING_MARK;
+}
+
+// 1 for a character of a right-to-left script, 0 for left to right, -1 for
+// a neutral one (digits, punctuation, blanks) that takes its neighbours' side.
+int DirectionOf(hb_unicode_funcs_t* unicode, uint32_t c)
+{
+    const hb_script_t script = hb_unicode_script(unicode, c);
+    if (script == HB_SCRIPT_COMMON || script == HB_SCRIPT_INHERITED || script == HB_SCRIPT_UNKNOWN)
+        return -1;
+    return hb_script_get_horizontal_direction(script) == HB_DIRECTION_RTL ? 1 : 0;
+}
+
+}  // namespace
+
+void TextLayout::Itemize(const char16_t* text, int32_t length, std::vector<FaceRun>& runs) const
+{
+    runs.clear();
+    hb_unicode_funcs_t* unicode = hb_unicode_funcs_get_default();
+    const bool bold = (style_ & 1) != 0, italic = (style_ & 2) != 0;
+    FontCache& cache = FontCache::Instance();
+    for (int32_t i = 0; i < length;) {
+        int32_t units = 1;
+        const uint32_t c = CodePointAt(text, length, i, units);
+        FaceRun* current = runs.empty() ? nullptr : &runs.back();
+        const int direction = DirectionOf(unicode, c);
+        const FontFace* face = nullptr;
+        bool rightToLeft = current ? current->rightToLeft : direction == 1;
+        if (current && (ClingsToPrevious(unicode, c) || (direction == -1 && current->face->HasGlyph(c)))) {
+            face = current->face;
+        } else {
+            if (direction != -1)
+                rightToLeft = direction == 1;
+            if (face_.HasGlyph(c) || c < 0x20)
+                face = &face_;
+            else if (const FontFace* fallback = cache.FallbackFor(face_, c, bold, italic))
+                face = fallback;
+            else
+                face = &face_;
+        }
+        if (current && current->face == face && current->rightToLeft == rightToLeft)
+            current->length += units;
+        else
+            runs.push_back(FaceRun{i, units, face, rightToLeft});
+        i += units;
+    }
+    // A neutral stretch that opened the text takes the side of what follows it.
+    if (runs.size() > 1 && runs[0].face == runs[1].face && runs[0].rightToLeft != runs[1].rightToLeft) {
+        bool neutral = true;
+        for (int32_t i = runs[0].start; i < runs[0].start + runs[0].length && neutral;) {
+            int32_t units = 1;
+            neutral = DirectionOf(unicode, CodePointAt(text, length, i, units)) == -1;
+            i += units;
+        }
+        if (neutral) {
+            runs[1].start = runs[0].start;
+            runs[1].length += runs[0].length;
+            runs.erase(runs.begin());
+        }
+    }
+}
+
+void TextLayout::ShapeRun(const char16_t* text, const FaceRun& run, hb_buffer_t* buffer) const
+{
+    hb_buffer_clear_contents(buffer);
+    hb_buffer_add_utf16(buffer, reinterpret_cast<const uint16_t*>(text), run.start + run.length,
+                        static_cast<unsigned>(run.start), run.length);
+    if ((flags_ & 1) || run.rightToLeft)
+        hb_buffer_set_direction(buffer, HB_DIRECTION_RTL);
+    hb_buffer_guess_segment_properties(buffer);
+    // Vertical text is a turned horizontal line: shape it horizontally.
+    if (!HB_DIRECTION_IS_HORIZONTAL(hb_buffer_get_direction(buffer)))
+        hb_buffer_set_direction(buffer, HB_DIRECTION_LTR);
+    hb_shape(run.face->shapingFont(), buffer, nullptr, 0);
+}
+
 void TextLayout::Shape(const char16_t* text, int32_t length, std::vector<uint32_t>& glyphs,
-                       std::vector<KvPoint>& positions, double& advance) const
+                       std::vector<KvPoint>& positions, double& advance, std::vector<const FontFace*>* faces) const
 {
     glyphs.clear();
     positions.clear();
+    if (faces)
+        faces->clear();
     advance = 0;
     if (length <= 0)
         return;
     HbBuffer buffer(hb_buffer_create());
     if (!hb_buffer_allocation_successful(buffer.get()))
         throw std::bad_alloc();
-    hb_buffer_add_utf16(buffer.get(), reinterpret_cast<const uint16_t*>(text), length, 0, length);
+    std::vector<FaceRun> runs;
+    Itemize(text, length, runs);
+    // A right-to-left line sets its runs from the right.
     if (flags_ & 1)
-        hb_buffer_set_direction(buffer.get(), HB_DIRECTION_RTL);
-    hb_buffer_guess_segment_properties(buffer.get());
-    // Vertical text is a turned horizontal line: shape it horizontally.
-    if (!HB_DIRECTION_IS_HORIZONTAL(hb_buffer_get_direction(buffer.get())))
-        hb_buffer_set_direction(buffer.get(), HB_DIRECTION_LTR);
-    hb_shape(face_.shapingFont(), buffer.get(), nullptr, 0);
-    unsigned count = 0;
-    const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(buffer.get(), &count);
-    const hb_glyph_position_t* moves = hb_buffer_get_glyph_positions(buffer.get(), nullptr);
-    glyphs.reserve(count);
-    positions.reserve(count);
+        std::reverse(runs.begin(), runs.end());
     double pen = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        glyphs.push_back(infos[i].codepoint);
-        positions.push_back({(pen + moves[i].x_offset) * scale_, moves[i].y_offset * scale_});
-        pen += moves[i].x_advance;
+    for (const FaceRun& run : runs) {
+        ShapeRun(text, run, buffer.get());
+        unsigned count = 0;
+        const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(buffer.get(), &count);
+        const hb_glyph_position_t* moves = hb_buffer_get_glyph_positions(buffer.get(), nullptr);
+        const double scale = ScaleOf(*run.face);
+        for (unsigned i = 0; i < count; ++i) {
+            glyphs.push_back(infos[i].codepoint);
+            positions.push_back({pen + moves[i].x_offset * scale, moves[i].y_offset * scale});
+            if (faces)
+                faces->push_back(run.face);
+            pen += moves[i].x_advance * scale;
+        }
     }
-    advance = pen * scale_;
+    advance = pen;
 }
 
 void TextLayout::UnitAdvances(const char16_t* text, int32_t length, std::vector<double>& advances) const
@@ -70,19 +171,18 @@ void TextLayout::UnitAdvances(const char16_t* text, int32_t length, std::vector<
     HbBuffer buffer(hb_buffer_create());
     if (!hb_buffer_allocation_successful(buffer.get()))
         throw std::bad_alloc();
-    hb_buffer_add_utf16(buffer.get(), reinterpret_cast<const uint16_t*>(text), length, 0, length);
-    if (flags_ & 1)
-        hb_buffer_set_direction(buffer.get(), HB_DIRECTION_RTL);
-    hb_buffer_guess_segment_properties(buffer.get());
-    if (!HB_DIRECTION_IS_HORIZONTAL(hb_buffer_get_direction(buffer.get())))
-        hb_buffer_set_direction(buffer.get(), HB_DIRECTION_LTR);
-    hb_shape(face_.shapingFont(), buffer.get(), nullptr, 0);
-    unsigned count = 0;
-    const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(buffer.get(), &count);
-    const hb_glyph_position_t* moves = hb_buffer_get_glyph_positions(buffer.get(), nullptr);
-    for (unsigned i = 0; i < count; ++i) {
-        uint32_t cluster = std::min<uint32_t>(infos[i].cluster, uint32_t(length - 1));
-        advances[cluster] += moves[i].x_advance * scale_;
+    std::vector<FaceRun> runs;
+    Itemize(text, length, runs);
+    for (const FaceRun& run : runs) {
+        ShapeRun(text, run, buffer.get());
+        unsigned count = 0;
+        const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(buffer.get(), &count);
+        const hb_glyph_position_t* moves = hb_buffer_get_glyph_positions(buffer.get(), nullptr);
+        const double scale = ScaleOf(*run.face);
+        for (unsigned i = 0; i < count; ++i) {
+            const uint32_t cluster = std::min<uint32_t>(infos[i].cluster, uint32_t(length - 1));
+            advances[cluster] += moves[i].x_advance * scale;
+        }
     }
 }
 
@@ -257,21 +357,22 @@ void TextLayout::AppendOutlines(PathGeometry& path, const TextPlacement& placeme
     const FaceMetrics& metrics = face_.metrics();
     std::vector<uint32_t> glyphs;
     std::vector<KvPoint> positions;
+    std::vector<const FontFace*> faces;
     for (int32_t index = 0; index < count; ++index) {
         const TextLine& line = lines_[index];
         const double baseline = firstBaseline + index * lineSpacing_;
         double advance = 0;
-        Shape(text_ + line.start, line.length, glyphs, positions, advance);
+        Shape(text_ + line.start, line.length, glyphs, positions, advance, &faces);
         double lineStart = 0;
         if (alignment == 2)
             lineStart = uMax - advance;
         else if (alignment == 1)
             lineStart = uMax / 2 - advance / 2;
         for (size_t g = 0; g < glyphs.size(); ++g) {
-            const GlyphOutline* outline = face_.Outline(glyphs[g]);
+            const GlyphOutline* outline = faces[g]->Outline(glyphs[g]);
             if (!outline || outline->points.empty())
                 continue;
-            KvMatrix m = placeMatrix(lineStart + positions[g].x, baseline - positions[g].y, scale_);
+            KvMatrix m = placeMatrix(lineStart + positions[g].x, baseline - positions[g].y, ScaleOf(*faces[g]));
             PathGeometry glyphPath;
             glyphPath.AddPathData(outline->points.data(), outline->types.data(),
                                   static_cast<int32_t>(outline->points.size()));

@@ -4,6 +4,13 @@
 // the string format's alignments and direction flags, and turns the glyphs
 // into outlines.
 //
+// Faces. Each character is set in the font's own face when that face has
+// it, otherwise in the fallback face the font cache names for it; marks,
+// joiners and neutral characters stay with the face and direction of the
+// text around them. Each stretch of one face and one direction is shaped
+// on its own, so a right-to-left word inside left-to-right text keeps its
+// letters in reading order.
+//
 // Placement. Along a line, near is the left end (the right end for
 // right-to-left text), far the other end. Across lines, near puts the top of
 // the first line at the origin, so its baseline lies one ascent below; far
@@ -66,11 +73,26 @@ public:
     // Advance of each unit of a piece of text shaped alone: a cluster's
     // advance goes to its first unit.
     void UnitAdvances(const char16_t* text, int32_t length, std::vector<double>& advances) const;
-    // Glyphs of a piece of text shaped alone, with its total advance.
+    // Glyphs of a piece of text shaped alone, with its total advance and,
+    // when asked for, the face of each glyph.
     void Shape(const char16_t* text, int32_t length, std::vector<uint32_t>& glyphs, std::vector<KvPoint>& positions,
-               double& advance) const;
+               double& advance, std::vector<const FontFace*>* faces = nullptr) const;
+    // Pixels per font unit of a face at this layout's em size.
+    double ScaleOf(const FontFace& face) const { return emPixels_ / face.metrics().unitsPerEm; }
 
 private:
+    // A stretch of text set in one face and one direction.
+    struct FaceRun {
+        int32_t start = 0;
+        int32_t length = 0;
+        const FontFace* face = nullptr;
+        bool rightToLeft = false;
+    };
+    // Splits text into runs by face and direction, in logical order.
+    void Itemize(const char16_t* text, int32_t length, std::vector<FaceRun>& runs) const;
+    // Shapes one run with its face; glyphs in visual order.
+    void ShapeRun(const char16_t* text, const FaceRun& run, hb_buffer_t* buffer) const;
+
     const FontFace& face_;
     double emPixels_;
     double scale_;

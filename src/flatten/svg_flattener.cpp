@@ -11,6 +11,7 @@
 #include "drawing/drawing_engines.h"
 #include "flatten/clip_paths.h"
 #include "flatten/paint_and_clip.h"
+#include "flatten/text_flatten.h"
 #include "values/file_option_attributes.h"
 
 namespace {
@@ -34,6 +35,7 @@ constexpr std::array<FlattenVisitor, kSvgLastElementType + 1> MakeHandlerTable()
     table[SVG_ELEMENT_A] = FlattenAnchor;
     table[SVG_ELEMENT_USE] = FlattenUse;
     table[SVG_ELEMENT_IMAGE] = FlattenImage;
+    table[SVG_ELEMENT_TEXT] = FlattenText;
     return table;
 }
 
@@ -88,6 +90,7 @@ CSvgFlattener::~CSvgFlattener()
     PopFramesTo(0);
     // The clips' paths go back to the engine before the engine goes.
     clipPaths_.reset();
+    textFonts_.reset();
     if (engine_)
         DrawingDestroyEngine(engine_);
 }

@@ -25,6 +25,7 @@
 class SvgDocumentHandler;
 class CSvgFlattener;
 class CSvgClipPathHash;
+class CSvgFontCache;
 namespace kvdrw {
 class Engine;
 }
@@ -113,6 +114,9 @@ public:
     // The measuring engine of the run, made when first asked for: clip
     // geometry and text measuring go through it. Null without one.
     kvdrw::Engine* engine();
+    // The fonts text layout has made on the engine, shared by every text
+    // of the run; null when memory ran out.
+    CSvgFontCache* textFonts();
     // The clips of the first pass and every variant made since.
     CSvgClipPathHash& clipPaths() { return *clipPaths_; }
     SvgDocumentHandler* source() const { return source_; }
@@ -157,6 +161,7 @@ private:
     std::unordered_map<pugi::xml_node_struct*, uint64_t> expandedSizes_;
     uint64_t expansionCharged_ = 0;
     uint64_t tileElements_ = 0;
+    std::unique_ptr<CSvgFontCache> textFonts_;
 };
 
 // The handler table by element type. Structure, paint server and text

@@ -630,6 +630,20 @@ int32_t SvgRenderingEngine::DrawBitmap(const SvgImageElement& image, KvBitmap& b
 
 // ---- Text -------------------------------------------------------------------------------
 
+namespace {
+
+// Letters of the scripts whose letters join (Arabic, Syriac, N'Ko and the
+// Arabic presentation forms).
+bool IsJoiningLetter(char16_t c)
+{
+    return (c >= 0x0620 && c <= 0x064A) || (c >= 0x066E && c <= 0x06D3) || (c >= 0x06FA && c <= 0x06FF) ||
+           (c >= 0x0710 && c <= 0x074F) || (c >= 0x0750 && c <= 0x077F) || (c >= 0x07CA && c <= 0x07EA) ||
+           (c >= 0x08A0 && c <= 0x08C9) || (c >= 0xFB50 && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFC) ||
+           (c >= 0x064B && c <= 0x065F);
+}
+
+}  // namespace
+
 int32_t SvgRenderingEngine::RotateCurrentTransform(double angleDegrees, double x, double y)
 {
     KvMatrix matrix{};
@@ -736,8 +750,42 @@ int32_t SvgRenderingEngine::DrawTextRun(const SvgTextElement& text, const kvdrw:
             rotated = true;
         }
         // Characters beyond the lists run as one string from the last position.
-        const int32_t run = i + 1 == count ? length - static_cast<int32_t>(i) : 1;
-        status = engine_.DrawString(text.text + i, run, font_, brush_, &origin, stringFormat_);
+        int32_t run = i + 1 == count ? length - static_cast<int32_t>(i) : 1;
+        // A character outside the basic plane is two units with one place:
+        // its second half has nothing of its own to draw.
+        const char16_t unit = text.text[i];
+        if (unit >= 0xDC00 && unit <= 0xDFFF && i > 0)
+            continue;
+        if (run == 1 && unit >= 0xD800 && unit <= 0xDBFF && i + 1 < static_cast<uint32_t>(length))
+            run = 2;
+        kvdrw::Point at = origin;
+        if (run == 1 && angle == 0.0 && IsJoiningLetter(unit)) {
+            // Letters of a joining script connect only when shaped together:
+            // a word of them on one line is set as one string from its left
+            // end (from its right end when the line runs right to left,
+            // which the engine does itself); the layout measured the word
+            // shaped, so it fills the room its letters were given.
+            uint32_t last = i;
+            double left = origin.x;
+            while (last + 1 < count && last + 1 < static_cast<uint32_t>(length) &&
+                   IsJoiningLetter(text.text[last + 1]) && last + 1 < position.xCount &&
+                   (last + 1 >= position.yCount || OrZero(position.y[last + 1].value) == penY) &&
+                   (last + 1 >= position.rotateCount || OrZero(position.rotate[last + 1]) == 0.0)) {
+                ++last;
+                left = std::min(left, OrZero(position.x[last].value) + dx);
+            }
+            if (last > i) {
+                run = static_cast<int32_t>(last - i + 1);
+                if (!(stringFormat_->GetFormatFlags() & kvdrw::kFormatRightToLeft))
+                    at.x = left;
+                status = engine_.DrawString(text.text + i, run, font_, brush_, &at, stringFormat_);
+                if (status != SUCCESS)
+                    break;
+                i = last;
+                continue;
+            }
+        }
+        status = engine_.DrawString(text.text + i, run, font_, brush_, &at, stringFormat_);
         if (status != SUCCESS)
             break;
     }

@@ -69,7 +69,10 @@ private:
         if (capacity_ == 0)
             capacity = initialCapacity_ > required ? initialCapacity_ : required;
         else
-            capacity = required >= capacity_ + step_ ? capacity_ + required + 1 : capacity_ + step_;
+            // Growing by half at least keeps a long list linear to write;
+            // the step alone would copy the whole text once per step.
+            capacity = required >= capacity_ + step_ ? capacity_ + required + 1
+                                                     : capacity_ + std::max(step_, capacity_ / 2);
         if (capacity > SIZE_MAX / sizeof(KvChar))
             return false;
         void* grown = KV_REALLOC(buffer_, capacity * sizeof(KvChar));

@@ -1,5 +1,6 @@
 #include "values/value_parser.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/numeric.h"
@@ -47,15 +48,20 @@ int32_t FindKeyword(std::u16string_view text, const KeywordTable& table)
     return table.Find(TrimRuntimeSpace(text));
 }
 
-// Grows a tracked array to hold one more entry, by `step` entries at a time.
+// Grows a tracked array to hold one more entry, by `step` entries or half
+// its size, whichever is more.
 template <class T>
 bool GrowArray(T** items, uint32_t count, uint32_t* capacity, uint32_t first, uint32_t step)
 {
     if (count < *capacity)
         return true;
-    uint32_t wanted = *capacity == 0 ? first : *capacity + step;
-    if (wanted > (UINT32_MAX / sizeof(T)))
+    // By half at least, so that a list of a million numbers is read in
+    // linear time rather than copied once per step.
+    const uint64_t grownBy = std::max<uint64_t>(step, *capacity / 2);
+    const uint64_t wanted64 = *capacity == 0 ? first : uint64_t(*capacity) + grownBy;
+    if (wanted64 > (UINT32_MAX / sizeof(T)))
         return false;
+    const uint32_t wanted = static_cast<uint32_t>(wanted64);
     void* grown = KV_REALLOC(*items, static_cast<size_t>(wanted) * sizeof(T));
     if (!grown)
         return false;
