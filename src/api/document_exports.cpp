@@ -82,6 +82,7 @@ int32_t K_SvgCopyDocument(SvgHandle source, SvgHandle* document)
         return status;
     if (int32_t status = made->CopyFrom(*original); status != SUCCESS)
         return status;
+    made->SetExactNumbers(original->exactNumbers());
     *document = made.release();
     return SUCCESS;
 }

@@ -265,6 +265,7 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
     if (options && (options->flags & SVG_LOAD_NORMALIZE)) {
         if (int32_t status = NormalizeStandardSyntax(tree_); status != SUCCESS)
             return status;
+        exactNumbers_ = true;
     }
     if (int32_t status = ReadRootVersion(root, version_); status != SUCCESS)
         return status;

@@ -69,6 +69,10 @@ public:
     // The folder that relative image files are found in and, when the
     // flattener is asked to, confined to; empty for the working folder.
     const std::string& baseFolder() const { return baseFolder_; }
+    // Read in the standard-syntax mode, or made from such a document: the
+    // numbers written into it keep every digit of their exponent.
+    bool exactNumbers() const { return exactNumbers_; }
+    void SetExactNumbers(bool exact) { exactNumbers_ = exact; }
     void SetBaseFolder(std::string folder) { baseFolder_ = std::move(folder); }
 
     SvgDerivedState* renderState() const { return renderState_.get(); }
@@ -104,6 +108,7 @@ private:
     uint64_t removalGeneration_ = 0;
     std::unique_ptr<SvgDerivedState> renderState_;
     std::string baseFolder_;
+    bool exactNumbers_ = false;
 };
 
 // The document of a handle of any kind: the object itself for type 1, else

@@ -9,6 +9,8 @@
 
 #include "base/numeric.h"
 #include "base/tracked_memory.h"
+#include "document/svg_document_handler.h"
+#include "values/value_formatter.h"
 #include "base/utf.h"
 #include "document/svg_document_handler.h"
 #include "document/svg_element_view.h"
@@ -1041,6 +1043,7 @@ int32_t WriteElementRecord(uint32_t type, SvgBaseElementHandler& handler, const 
     if (!handler.node())
         return ERROR_NODE_UNBOUND;
     SvgAttributeWriter writer(handler.node(), handler.getVersion());
+    const ExactNumberScope exact(handler.owner() && handler.owner()->exactNumbers());
     // A new element (the common case: every insertion from a record) has
     // nothing to replace or remove, which spares a search per attribute.
     if (!handler.node().first_attribute())

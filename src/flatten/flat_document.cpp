@@ -14,6 +14,7 @@ int32_t FlattenDocument(SvgDocumentHandler& source, const K_SvgFlatOptions* opti
     auto& document = static_cast<SvgDocumentHandler&>(*target);
     if (int32_t status = document.CreateEmpty(0); status != SUCCESS)
         return status;
+    document.SetExactNumbers(source.exactNumbers());
     if (int32_t status = flattener.Run(source, document); status != SUCCESS)
         return status;
     *flat = ToHandle(target.release());

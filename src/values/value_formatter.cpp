@@ -373,6 +373,17 @@ bool FormatFixedSixDigits(double value, KvChar* buffer)
 
 }  // namespace
 
+namespace {
+thread_local bool tExactNumbers = false;
+}  // namespace
+
+ExactNumberScope::ExactNumberScope(bool exact) : previous_(tExactNumbers)
+{
+    tExactNumbers = exact || previous_;
+}
+
+ExactNumberScope::~ExactNumberScope() { tExactNumbers = previous_; }
+
 void NumberToString(double value, KvChar* buffer)
 {
     if (!buffer)
@@ -387,8 +398,27 @@ void NumberToString(double value, KvChar* buffer)
     char narrow[kNumberTextCapacity];
     auto [end, error] = std::to_chars(narrow, narrow + sizeof(narrow) - 1, value, std::chars_format::general, 6);
     size_t length = error == std::errc() ? static_cast<size_t>(end - narrow) : 0;
-    // The trim looks at the end of the whole text, exponent and all.
-    if (std::memchr(narrow, '.', length)) {
+    // The trim looks at the end of the whole text, exponent and all, unless
+    // numbers are to keep their value: then only the mantissa is trimmed.
+    if (tExactNumbers) {
+        const char* exponent = static_cast<const char*>(std::memchr(narrow, 'e', length));
+        if (exponent && std::memchr(narrow, '.', static_cast<size_t>(exponent - narrow))) {
+            size_t mantissa = static_cast<size_t>(exponent - narrow);
+            const size_t tail = length - mantissa;
+            size_t kept = mantissa;
+            while (kept > 0 && narrow[kept - 1] == '0')
+                --kept;
+            if (kept > 0 && narrow[kept - 1] == '.')
+                --kept;
+            std::memmove(narrow + kept, narrow + mantissa, tail);
+            length = kept + tail;
+        } else if (!exponent && std::memchr(narrow, '.', length)) {
+            while (length > 0 && narrow[length - 1] == '0')
+                --length;
+            if (length > 0 && narrow[length - 1] == '.')
+                --length;
+        }
+    } else if (std::memchr(narrow, '.', length)) {
         while (length > 0 && narrow[length - 1] == '0')
             --length;
         if (length > 0 && narrow[length - 1] == '.')

@@ -22,6 +22,21 @@ constexpr size_t kFontNameTextCapacity = 260;  // FontNameToString
 // 1.5e+10 becomes "1.5e+1". Every number of every attribute goes through here.
 void NumberToString(double value, KvChar* buffer);
 
+// While one lives on a thread, NumberToString trims only the digits before
+// the exponent, so every number keeps its value. The record writer holds
+// one for documents read in the standard-syntax mode and those made from
+// them; everything else keeps the format's trim.
+class ExactNumberScope {
+public:
+    explicit ExactNumberScope(bool exact);
+    ~ExactNumberScope();
+    ExactNumberScope(const ExactNumberScope&) = delete;
+    ExactNumberScope& operator=(const ExactNumberScope&) = delete;
+
+private:
+    bool previous_;
+};
+
 int32_t LengthToString(const SvgLength* length, KvChar* buffer);
 int32_t PercentageToString(const SvgPercentage* percentage, KvChar* buffer, size_t capacity);
 int32_t AngleToString(const SvgAngle* angle, KvChar* buffer);

@@ -145,3 +145,47 @@ TEST(StandardSyntax, HostileSheetsEndQuickly)
         (void)start;
     }
 }
+
+TEST(StandardSyntax, NumbersWrittenFromSuchDocumentsKeepTheirExponent)
+{
+    const std::string svg = Svg(R"(<path d="M0 8.6628138e-10 L1 1.5e10"/><rect x="2.5e-7" width="1" height="1"/>)");
+    // Flattened (and copied) documents write numbers through the records.
+    auto flatAttribute = [&](uint32_t flags, bool copyFirst, const char16_t* query, const char16_t* name) {
+        SvgLoadOptions options{kSvgLoadOptionsSize, flags, 0};
+        SvgHandle document = nullptr, copy = nullptr, flat = nullptr, node = nullptr;
+        std::string result = "(none)";
+        EXPECT_EQ(K_SvgLoadDocumentMemory(svg.data(), svg.size(), &document, &options), SUCCESS);
+        if (copyFirst)
+            EXPECT_EQ(K_SvgCopyDocument(document, &copy), SUCCESS);
+        EXPECT_EQ(K_SvgFlatDocument(copyFirst ? copy : document, &flat, nullptr), SUCCESS);
+        if (K_SvgSelectSingleNode(flat, query, &node) == SUCCESS && node) {
+            KvChar* value = nullptr;
+            if (K_SvgGetElementAttributeValue(node, name, &value) == SUCCESS && value)
+                result = ToUtf8(value);
+            K_SvgFreeMemory(value);
+            K_SvgFreeNode(node);
+        }
+        K_SvgFreeNode(flat);
+        K_SvgFreeNode(copy);
+        K_SvgFreeNode(document);
+        return result;
+    };
+    const struct {
+        const char* name;
+        uint32_t flags;
+        bool copyFirst;
+        const char16_t* query;
+        const char16_t* attribute;
+        std::string expected;
+    } cases[] = {
+        {"the flat form of a normalised document", SVG_LOAD_NORMALIZE, false, u"//path", u"d",
+         "M0 8.66281e-10 L1 1.5e+10"},
+        {"a copy of one keeps the mark", SVG_LOAD_NORMALIZE, true, u"//rect", u"x", "2.5e-07"},
+        {"without the flag the format's trim stands", 0, false, u"//path", u"d", "M0 8.66281e-1 L1 1.5e+1"},
+        {"an exponent that ends in no zero is the same either way", 0, true, u"//rect", u"x", "2.5e-07"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(flatAttribute(c.flags, c.copyFirst, c.query, c.attribute), c.expected);
+    }
+}
