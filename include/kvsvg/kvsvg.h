@@ -268,5 +268,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_flatten.h"
 /* Drawing and bounds. */
 #include "kvsvg/kvsvg_render.h"
+/* Load diagnosis, library version, live counts. */
+#include "kvsvg/kvsvg_diagnostics.h"
 
 #endif /* KVSVG_KVSVG_H */
