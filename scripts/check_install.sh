@@ -68,11 +68,31 @@ if command -v groff >/dev/null; then
     warnings=$(LC_ALL=C.UTF-8 groff -man -Tutf8 -ww -z "$man_page" 2>&1)
     [ -z "$warnings" ] || fail "the manual page does not format cleanly: $warnings"
 fi
-set +e
-"$stage/bin/kvsvg" info "$work/no-such.svg" 2>"$work/missing.txt"; rc=$?
-set -e
-[ $rc -eq 1 ] && grep -q "ERROR_FILE_OPEN (-14): .*no-such.svg: no such file" "$work/missing.txt" ||
-    fail "a missing file: exit $rc, $(cat "$work/missing.txt")"
+# Failed loads say why, after the status, for every command that loads.
+printf '<svg xmlns="http://www.w3.org/2000/svg">\n  <g>\n</svg>\n' > "$work/bad.svg"
+printf '<html><body/></html>\n' > "$work/page.svg"
+expect_failure() {  # expected line, then the command
+    local expected=$1 rc=0
+    shift
+    "$@" >/dev/null 2>"$work/stderr.txt" || rc=$?
+    [ $rc -eq 1 ] && [ "$(cat "$work/stderr.txt")" = "$expected" ] ||
+        fail "'$*' gave exit $rc and: $(cat "$work/stderr.txt") (expected: $expected)"
+}
+expect_failure "kvsvg: load failed: ERROR_FILE_OPEN (-14): $work/no-such.svg: no such file" \
+    "$stage/bin/kvsvg" info "$work/no-such.svg"
+expect_failure "kvsvg: load failed: ERROR_FILE_OPEN (-14): $work/bad.svg:3:3: not well-formed XML: Start-end tags mismatch" \
+    "$stage/bin/kvsvg" render "$work/bad.svg" "$work/bad.png"
+expect_failure "kvsvg: load failed: ERROR_NO_SVG_ROOT (-771): $work/page.svg: the root element is <html>, not <svg>" \
+    "$stage/bin/kvsvg" flatten "$work/page.svg" "$work/flat.svg"
+expect_failure "kvsvg: load failed: ERROR_FILE_OPEN (-14): $work/bad.svg:3:3: not well-formed XML: Start-end tags mismatch" \
+    "$stage/bin/kvsvg" convert "$work/bad.svg" "$work/out.svgz"
+printf '%s\t%s\n' "$work/bad.svg" "$work/bad.png" > "$work/list.tsv"
+"$stage/bin/kvsvg" render-batch "$work/list.tsv" > "$work/batch.txt" 2>&1 || true
+[ "$(cat "$work/batch.txt")" = "$(printf 'fail\t%s\tload: ERROR_FILE_OPEN: %s:3:3: not well-formed XML: Start-end tags mismatch' \
+    "$work/bad.png" "$work/bad.svg")" ] || fail "render-batch said: $(cat "$work/batch.txt")"
+rc=0
+"$stage/bin/kvsvg" no-such-command 2>/dev/null || rc=$?
+[ $rc -eq 2 ] || fail "an unknown command gave exit $rc"
 
 step "C examples built with pkg-config"
 export PKG_CONFIG_PATH=$libdir/pkgconfig
