@@ -92,27 +92,39 @@ def _parse_color(background):
     return (blue << 16) | (green << 8) | red
 
 
-class _Handle:
-    """Owns one library handle, freed once: by close() or by the finaliser.
-    A handle that came in a selection belongs to the selection instead."""
+class _Holdings:
+    """What a document has handed out and not yet had back: the release of
+    each element handle and selection, by key. The document's own release
+    empties it first, so no node handle outlives its document, whichever the
+    garbage collector reaches first."""
 
-    def __init__(self, value, owner=None):
-        self._value = value
-        self._owner = owner
-        self._finalizer = None if owner else weakref.finalize(self, lib.K_SvgFreeNode, value)
+    def __init__(self):
+        self._releases = {}
+        self._next_key = 0
 
-    def _free(self):
-        if self._finalizer:
-            self._finalizer()
-        self._value = None
+    def add(self, owner, release, *arguments):
+        key = self._next_key
+        self._next_key += 1
+        finalizer = weakref.finalize(owner, self._run, key, release, *arguments)
+        self._releases[key] = finalizer
+        return finalizer
 
-    @property
-    def closed(self):
-        return self._value is None or (self._owner is not None and self._owner.closed)
+    def _run(self, key, release, *arguments):
+        self._releases.pop(key, None)
+        release(*arguments)
+
+    def release_all(self):
+        for finalizer in list(self._releases.values()):
+            finalizer()
 
 
 def _free_iterator(iterator):
     lib.K_SvgFreeIterator(ctypes.byref(iterator))
+
+
+def _free_document(holdings, handle):
+    holdings.release_all()
+    lib.K_SvgFreeNode(handle)
 
 
 class _Selection:
@@ -120,24 +132,25 @@ class _Selection:
     iterator: its elements keep this alive, and it is freed when the last of
     them goes or the document closes."""
 
-    def __init__(self, iterator):
-        self._finalizer = weakref.finalize(self, _free_iterator, iterator)
-
-    def close(self):
-        self._finalizer()
+    def __init__(self, holdings, iterator):
+        self._finalizer = holdings.add(self, _free_iterator, iterator)
 
     @property
     def closed(self):
         return not self._finalizer.alive
 
 
-class Document(_Handle):
+class Document:
     """An SVG document held by the library."""
 
     def __init__(self, handle):
-        super().__init__(handle)
-        self._elements = weakref.WeakSet()
-        self._selections = weakref.WeakSet()
+        self._value = handle
+        self._holdings = _Holdings()
+        self._finalizer = weakref.finalize(self, _free_document, self._holdings, handle)
+
+    @property
+    def closed(self):
+        return not self._finalizer.alive
 
     # ---- Making and keeping --------------------------------------------
 
@@ -202,14 +215,8 @@ class Document(_Handle):
             lib.K_SvgFreeMemory(block)
 
     def close(self):
-        """Frees the document and every element still held from it."""
-        if self.closed:
-            return
-        for element in list(self._elements):
-            element._free()
-        for selection in list(self._selections):
-            selection.close()
-        self._free()
+        """Frees the document, after every element still held from it."""
+        self._finalizer()
 
     def __enter__(self):
         return self
@@ -223,9 +230,7 @@ class Document(_Handle):
         return self._value
 
     def _wrap(self, handle, owner=None):
-        element = Element(self, handle, owner)
-        self._elements.add(element)
-        return element
+        return Element(self, handle, owner)
 
     # ---- Looking inside --------------------------------------------------
 
@@ -243,8 +248,7 @@ class Document(_Handle):
         check("select", lib.K_SvgSelectNodes(self._live(), wide(xpath), ctypes.byref(iterator)))
         if iterator.count < 1:
             return []
-        selection = _Selection(iterator)
-        self._selections.add(selection)
+        selection = _Selection(self._holdings, iterator)
         # Attribute matches leave empty slots.
         return [self._wrap(iterator.nodes[i], selection) for i in range(iterator.count) if iterator.nodes[i]]
 
@@ -424,21 +428,33 @@ class Attributes(MutableMapping):
         return repr(dict(self))
 
 
-class Element(_Handle):
+class Element:
     """One element of a document."""
 
     def __init__(self, document, handle, owner=None):
-        super().__init__(handle, owner)
         self.document = document
+        self._value = handle
+        # A handle that came in a selection is freed with the selection.
+        self._owner = owner
+        self._finalizer = None if owner else document._holdings.add(self, lib.K_SvgFreeNode, handle)
+        self._let_go = False
+
+    @property
+    def closed(self):
+        if self._let_go or self.document.closed:
+            return True
+        return self._owner.closed if self._owner else not self._finalizer.alive
 
     def _live(self):
-        if self.closed or self.document.closed:
+        if self.closed:
             raise ValueError("the element's document is closed")
         return self._value
 
     def close(self):
         """Lets go of this element's handle (the element stays in the document)."""
-        self._free()
+        self._let_go = True
+        if self._finalizer:
+            self._finalizer()
 
     @property
     def name(self):
@@ -511,7 +527,7 @@ class Element(_Handle):
     def remove(self):
         """Takes the element and its subtree out of the document."""
         check("remove", lib.K_SvgRemoveElement(self._live()))
-        self._free()
+        self.close()
 
     def bounds(self):
         """(x, y, width, height) of the element in a flat document."""
@@ -520,6 +536,6 @@ class Element(_Handle):
         return (rectangle.x, rectangle.y, rectangle.width, rectangle.height)
 
     def __repr__(self):
-        if self.closed or self.document.closed:
+        if self.closed:
             return "<kvsvg.Element (closed)>"
         return "<kvsvg.Element %s %r>" % (self.name, dict(self.attrs))

@@ -57,3 +57,18 @@ def test_a_held_document_shows_in_the_counts():
     assert kvsvg.tracked_counts()["objects"] == before["objects"] + 1
     document.close()
     assert kvsvg.tracked_counts() == before
+
+
+def test_cycles_through_documents_and_elements_are_collected_whole():
+    before = settled_counts()
+    for _ in range(50):
+        document = kvsvg.Document.load(SOURCE)
+        rect = document.select_one("//rect")
+        circles = document.select("//circle")
+        # Garbage in a cycle through the document and its elements: only the
+        # cycle collector frees it, in an order of its own choosing.
+        document.keep = [rect, circles, document]
+        rect.keep = document
+        del document, rect, circles
+    assert kvsvg.tracked_counts()["objects"] >= before["objects"] + 50  # held by the cycles until collected
+    assert settled_counts() == before
