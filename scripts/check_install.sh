@@ -21,6 +21,7 @@ mkdir -p "$work"
 cmake --install "$build" --prefix "$stage" >/dev/null
 
 fail() { echo "check_install: $*" >&2; exit 1; }
+version=$(sed -n 's/^project(kvsvg VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 step() { echo "-- $*"; }
 
 step "layout under the prefix"
@@ -50,12 +51,13 @@ others=$(nm -D --defined-only "$real" | awk '{print $3}' |
 nm -D --defined-only "$real" | grep -q ' K_SvgDiagnoseLoad$' || fail "K_SvgDiagnoseLoad not exported"
 
 step "the tool: --version, --help, the manual page"
-"$stage/bin/kvsvg" --version | grep -Eq '^kvsvg [0-9]+\.[0-9]+\.[0-9]+ \(library [0-9]+\.[0-9]+\.[0-9]+\)$' ||
+[ "$("$stage/bin/kvsvg" --version)" = "kvsvg $version (library $version)" ] ||
     fail "kvsvg --version: $("$stage/bin/kvsvg" --version)"
 help=$("$stage/bin/kvsvg" --help) || fail "kvsvg --help does not exit 0"
 commands=$(echo "$help" | sed -n 's/^  \([a-z][a-z-]*\) .*/\1/p')
 [ "$(echo "$commands" | wc -l)" -ge 5 ] || fail "kvsvg --help lists too few commands: $commands"
 man_page="$stage/share/man/man1/kvsvg.1"
+grep -q "^\.TH KVSVG 1 .* \"kvsvg $version\"" "$man_page" || fail "the manual page does not carry version $version"
 for command in $commands; do
     # Each command heads an entry: .BI "render " ... or .BI "render\-batch " ...
     grep -Eq "^\.BI? \"${command//-/\\\\-}( |\")" "$man_page" || fail "the manual page lacks the command '$command'"
@@ -96,7 +98,7 @@ rc=0
 
 step "C examples built with pkg-config"
 export PKG_CONFIG_PATH=$libdir/pkgconfig
-[ "$(pkg-config --modversion kvsvg)" = "$(sed -n 's/^project(kvsvg VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)" ] ||
+[ "$(pkg-config --modversion kvsvg)" = "$version" ] ||
     fail "pkg-config --modversion kvsvg: $(pkg-config --modversion kvsvg)"
 flags=$(pkg-config --cflags --libs kvsvg)
 for example in edit_document render_png; do
