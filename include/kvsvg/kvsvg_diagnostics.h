@@ -6,7 +6,8 @@
  * causes: ERROR_FILE_OPEN is given both to a file that does not open and to
  * one that is not well-formed XML, ERROR_NO_SVG_ROOT to any root other than
  * svg. K_SvgDiagnoseLoad reads the same bytes again and says which cause it
- * was, and for bad XML where the parser stopped. It changes nothing, keeps
+ * was, and for bad XML where the parser stopped. It reads them as a load
+ * without SVG_LOAD_TOLERATE_XML_ERRORS does. It changes nothing, keeps
  * nothing, and is meant for the error path only: it costs a second read and
  * parse of the file.
  */
