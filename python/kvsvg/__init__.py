@@ -283,7 +283,7 @@ class Document:
 
     def bounds(self):
         """(x, y, width, height) that the drawing covers in the flat form,
-        widened by strokes, or None when it covers nothing."""
+        widened by strokes; None when the library reports no bounds."""
         flat, owned = self._flat()
         try:
             check("bounds", lib.K_SvgCalculateBounds(flat._live(), 1))

@@ -90,3 +90,16 @@ def test_flatten_gives_a_flat_document_whose_elements_have_bounds(badge_path):
                              b'<rect width="10" height="10"/></svg>') as relative:
         with relative.flatten(width=200, height=100) as flat:
             assert (flat.root.attrs["width"], flat.root.attrs["height"]) == ("100", "50")
+
+
+def test_drawings_that_cannot_be_rendered_say_why():
+    with kvsvg.Document.load(b'<svg xmlns="http://www.w3.org/2000/svg" width="0" height="0"/>') as empty:
+        assert empty.bounds() == (0.0, 0.0, 0.0, 0.0)
+        with pytest.raises(kvsvg.KvsvgError) as raised:
+            empty.render()
+        assert str(raised.value) == "bounds failed: FAILURE (0): the drawing covers nothing"
+    with kvsvg.Document.load(SQUARES) as squares:
+        with pytest.raises(ValueError, match="70000 x 35000"):
+            squares.render(width=70000)
+        with pytest.raises(ValueError, match="at most 9"):
+            squares.save(indent=" " * 10)
