@@ -153,6 +153,8 @@ int32_t Inflate(const uint8_t* bytes, size_t size, std::vector<uint8_t>& text, b
         return ERROR_NO_MEMORY;
     }
     inflateEnd(&stream);
+    if (result == Z_MEM_ERROR)
+        return ERROR_NO_MEMORY;  // not the data's fault: no verdict on it
     ok = result == Z_STREAM_END && text.size() <= kvlimits::kMaxDecompressedBytes;
     return SUCCESS;
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include "base/tracked_memory.h"
 #include "common/test_files.h"
 #include "kvsvg/kvsvg.h"
 
@@ -180,6 +181,31 @@ TEST(LoadDiagnosis, CutsALongParserMessageOnACharacterBoundary)
     const SvgLoadDiagnosis diagnosis = Diagnose("<" + name + "/>");
     EXPECT_EQ(diagnosis.kind, SVG_DIAGNOSIS_NO_ROOT);
     EXPECT_EQ(std::string(diagnosis.detail), name.substr(0, 126));
+}
+
+TEST(LoadDiagnosis, RunningOutOfMemorySaysSoInsteadOfBlamingTheData)
+{
+    // Inflating takes tracked memory; a failure at any point must give
+    // ERROR_NO_MEMORY, never a verdict on the file, and leave nothing.
+    const std::string packed = Gzip("<svg>\n<g></svg>");
+    bool sawNoMemory = false;
+    for (long successes = 0; successes < 20; ++successes) {
+        SCOPED_TRACE(successes);
+        SvgLoadDiagnosis diagnosis{};
+        diagnosis.size = kSvgLoadDiagnosisSize;
+        TrackedFailAllocationAfter(successes);
+        const int32_t status = K_SvgDiagnoseLoadMemory(packed.data(), packed.size(), &diagnosis);
+        TrackedFailAllocationAfter(-1);
+        if (status == ERROR_NO_MEMORY) {
+            sawNoMemory = true;
+            continue;
+        }
+        ASSERT_EQ(status, SUCCESS);
+        EXPECT_EQ(diagnosis.kind, SVG_DIAGNOSIS_NOT_XML);
+        EXPECT_EQ(diagnosis.line, 2u);
+        EXPECT_EQ(diagnosis.column, 7u);
+    }
+    EXPECT_TRUE(sawNoMemory);
 }
 
 TEST(TrackedCounts, RiseWithWhatTheCallerHoldsAndFallBackWhenItIsFreed)
