@@ -277,5 +277,7 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_draw_svg.h"
 /* The codec plug-in entries. */
 #include "kvsvg/kvsvg_filter.h"
+/* Load diagnosis, library version, live counts. */
+#include "kvsvg/kvsvg_diagnostics.h"
 
 #endif /* KVSVG_KVSVG_H */

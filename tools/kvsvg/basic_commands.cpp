@@ -15,7 +15,7 @@ int Info(const char* path)
 {
     Owned document;
     if (int32_t status = K_SvgLoadDocument(Wide(path).c_str(), &document.handle, nullptr); status != SUCCESS)
-        return Fail("load", status);
+        return FailLoad(path, status);
     Owned root;
     if (int32_t status = K_SvgSelectSingleNode(document.handle, u"svg | svg:svg", &root.handle); status != SUCCESS)
         return Fail("select root", status);
@@ -76,7 +76,7 @@ int RunConvert(int argc, char** argv)
     Owned document;
     SvgLoadOptions load = ToolLoadOptions(!normalize);
     if (int32_t status = K_SvgLoadDocument(Wide(files[0]).c_str(), &document.handle, &load); status != SUCCESS)
-        return Fail("load", status);
+        return FailLoad(files[0], status);
     if (int32_t status = K_SvgSaveDocument(Wide(files[1]).c_str(), document.handle, &options); status != SUCCESS)
         return Fail("save", status);
     return 0;
@@ -88,7 +88,7 @@ int Select(const char* path, const char* query)
 {
     Owned document;
     if (int32_t status = K_SvgLoadDocument(Wide(path).c_str(), &document.handle, nullptr); status != SUCCESS)
-        return Fail("load", status);
+        return FailLoad(path, status);
     SvgNodesIterator matches{kSvgNodesIteratorSize, 0, nullptr};
     if (int32_t status = K_SvgSelectNodes(document.handle, Wide(query).c_str(), &matches); status != SUCCESS)
         return Fail("select", status);
@@ -120,7 +120,7 @@ int Ids(const char* in, const char* out)
 {
     Owned document;
     if (int32_t status = K_SvgLoadDocument(Wide(in).c_str(), &document.handle, nullptr); status != SUCCESS)
-        return Fail("load", status);
+        return FailLoad(in, status);
     if (int32_t status = K_SvgAddElementIDs(document.handle); status != SUCCESS)
         return Fail("add ids", status);
     SvgSaveOptions options{kSvgSaveOptionsSize, 1, {u'\t', 0}, 0, EndsWith(out, ".svgz") ? 1u : 0u};

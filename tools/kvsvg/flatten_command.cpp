@@ -52,7 +52,7 @@ int RunFlatten(int argc, char** argv)
     const SvgLoadOptions load = ToolLoadOptions(strict);
     Owned source;
     if (int32_t status = K_SvgLoadDocument(Wide(files[0]).c_str(), &source.handle, &load); status != SUCCESS)
-        return Fail("load", status);
+        return FailLoad(files[0], status);
     ToolImagePolicy(source.handle, files[0], allowAnyFile, flat);
     Owned result;
     if (int32_t status = K_SvgFlatDocument(source.handle, &result.handle, &flat); status != SUCCESS)

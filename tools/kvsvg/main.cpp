@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "commands.h"
+#include "kvsvg/kvsvg.h"
 
 namespace {
 
@@ -49,6 +50,17 @@ void Usage(std::FILE* out)
     std::fprintf(out, "usage: kvsvg COMMAND ...\n");
     for (const Command& command : kCommands)
         std::fprintf(out, "  %s %s\n", command.name, command.help);
+    std::fprintf(out,
+                 "also:  kvsvg --help | -h     this text\n"
+                 "       kvsvg --version       the tool's and the library's version\n"
+                 "       kvsvg COMMAND --help  one command's usage\n"
+                 "exit status: 0 done, 1 a file failed (the status is printed by name), 2 a usage error\n"
+                 "see also: man kvsvg\n");
+}
+
+bool IsHelp(std::string_view arg)
+{
+    return arg == "--help" || arg == "-h" || arg == "help";
 }
 
 }  // namespace
@@ -60,10 +72,24 @@ int main(int argc, char** argv)
         return 2;
     }
     std::string_view name = argv[1];
-    for (const Command& command : kCommands) {
-        if (name == command.name)
-            return command.run(argc - 2, argv + 2);
+    if (IsHelp(name)) {
+        Usage(stdout);
+        return 0;
     }
+    if (name == "--version") {
+        std::printf("kvsvg %s (library %s)\n", KVSVG_TOOL_VERSION, K_SvgGetLibraryVersion());
+        return 0;
+    }
+    for (const Command& command : kCommands) {
+        if (name != command.name)
+            continue;
+        if (argc == 3 && IsHelp(argv[2]) && std::string_view(argv[2]) != "help") {
+            std::printf("usage: kvsvg %s %s\n", command.name, command.help);
+            return 0;
+        }
+        return command.run(argc - 2, argv + 2);
+    }
+    std::fprintf(stderr, "kvsvg: unknown command '%s'\n", argv[1]);
     Usage(stderr);
     return 2;
 }

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 #include <unistd.h>
 
@@ -34,9 +35,24 @@ struct RenderSettings {
 
 // A failure as a short reason for batch lines: what failed and the status name.
 struct Failure {
+    Failure() = default;
+    Failure(std::string whatFailed, int32_t statusGiven, std::string why = {})
+        : what(std::move(whatFailed)), status(statusGiven), detail(std::move(why))
+    {
+    }
     std::string what;
     int32_t status = SUCCESS;
+    std::string detail;  // what a person can act on, when there is more than the status
 };
+
+int FailWith(const Failure& failure)
+{
+    if (failure.detail.empty())
+        return Fail(failure.what.c_str(), failure.status);
+    std::fprintf(stderr, "kvsvg: %s failed: %s (%d): %s\n", failure.what.c_str(), StatusName(failure.status),
+                 failure.status, failure.detail.c_str());
+    return 1;
+}
 
 bool ParseNumber(const char* text, double& value)
 {
@@ -80,7 +96,7 @@ int32_t LoadFlat(const char* path, const RenderSettings& settings, Owned& flat, 
     Owned document;
     SvgLoadOptions load = ToolLoadOptions(settings.strict);
     if (int32_t status = K_SvgLoadDocument(Wide(path).c_str(), &document.handle, &load); status != SUCCESS) {
-        failure = {"load", status};
+        failure = {"load", status, LoadFailureDetail(path)};
         return status;
     }
     int32_t isFlat = 0;
@@ -236,7 +252,7 @@ int RunRender(int argc, char** argv)
         return UsageError(kRenderUsage);
     Failure failure;
     if (RenderFile(files[0], files[1], settings, failure) != SUCCESS)
-        return Fail(failure.what.c_str(), failure.status);
+        return FailWith(failure);
     return 0;
 }
 
@@ -282,7 +298,8 @@ int RunRenderBatch(int argc, char** argv)
             std::printf("ok\t%s\t%.1f\n", out.c_str(), ms);
         } else {
             ++failed;
-            std::printf("fail\t%s\t%s: %s\n", out.c_str(), failure.what.c_str(), StatusName(failure.status));
+            std::printf("fail\t%s\t%s: %s%s%s\n", out.c_str(), failure.what.c_str(), StatusName(failure.status),
+                        failure.detail.empty() ? "" : ": ", failure.detail.c_str());
         }
         std::fflush(stdout);
         if (progress)
@@ -308,7 +325,7 @@ int RunBounds(int argc, char** argv)
     Owned flat;
     Failure failure;
     if (LoadFlat(args[0], settings, flat, failure) != SUCCESS)
-        return Fail(failure.what.c_str(), failure.status);
+        return FailWith(failure);
     if (args.size() == 1) {
         if (int32_t status = K_SvgCalculateBounds(flat.handle, 1); status != SUCCESS)
             return Fail("bounds", status);

@@ -2,7 +2,9 @@
 // and queries, failure messages and handle owners.
 #include "tool_support.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 
@@ -100,6 +102,46 @@ std::string Narrow(const KvChar* wide)
 int Fail(const char* what, int32_t status)
 {
     std::fprintf(stderr, "kvsvg: %s failed: %s (%d)\n", what, StatusName(status), status);
+    return 1;
+}
+
+std::string LoadFailureDetail(const char* path)
+{
+    SvgLoadDiagnosis diagnosis{};
+    diagnosis.size = kSvgLoadDiagnosisSize;
+    if (K_SvgDiagnoseLoad(Wide(path).c_str(), &diagnosis) != SUCCESS)
+        return {};
+    const std::string file = path;
+    const std::string inside = diagnosis.compressed ? " (inside the gzip data)" : "";
+    switch (diagnosis.kind) {
+    case SVG_DIAGNOSIS_NO_FILE:
+        return file + ": no such file";
+    case SVG_DIAGNOSIS_UNREADABLE:
+        return file + ": cannot be read: " + std::strerror(diagnosis.systemError);
+    case SVG_DIAGNOSIS_EMPTY:
+        return file + ": the file is empty";
+    case SVG_DIAGNOSIS_BAD_GZIP:
+        return file + ": the gzip data is corrupt, cut short or inflates beyond the 1 GiB limit";
+    case SVG_DIAGNOSIS_NOT_SVG_TEXT:
+        return file + ": the gzip data does not hold SVG (its text must begin with <?xml, <!DOCTYPE svg or <svg)";
+    case SVG_DIAGNOSIS_NOT_XML:
+        return file + ":" + std::to_string(diagnosis.line) + ":" + std::to_string(diagnosis.column) +
+               ": not well-formed XML" + inside + ": " + diagnosis.detail;
+    case SVG_DIAGNOSIS_NO_ROOT:
+        if (!diagnosis.detail[0])
+            return file + ": no root element" + inside;
+        return file + ": the root element is <" + diagnosis.detail + ">, not <svg>" + inside;
+    default:
+        return {};
+    }
+}
+
+int FailLoad(const char* path, int32_t status)
+{
+    const std::string detail = LoadFailureDetail(path);
+    if (detail.empty())
+        return Fail("load", status);
+    std::fprintf(stderr, "kvsvg: load failed: %s (%d): %s\n", StatusName(status), status, detail.c_str());
     return 1;
 }
 

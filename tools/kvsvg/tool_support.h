@@ -26,6 +26,14 @@ SvgLoadOptions ToolLoadOptions(bool strict);
 
 // Prints "kvsvg: WHAT failed: STATUS_NAME (code)" and gives exit code 1.
 int Fail(const char* what, int32_t status);
+// Why loading PATH failed, in words a person can act on: "PATH: no such
+// file", "PATH:3:14: not well-formed XML: ...", "PATH: the root element is
+// <html>, not <svg>". Empty when the status says all there is (a bad value,
+// a limit, memory).
+std::string LoadFailureDetail(const char* path);
+// Prints "kvsvg: load failed: STATUS_NAME (code): DETAIL" (no DETAIL part
+// when there is none) and gives exit code 1.
+int FailLoad(const char* path, int32_t status);
 // Prints "usage: kvsvg USAGE" and gives exit code 2.
 int UsageError(const char* usage);
 
