@@ -5,7 +5,8 @@ set -euo pipefail
 packages=(build-essential cmake ninja-build pkg-config git
   libpugixml-dev zlib1g-dev libpng-dev libjpeg62-turbo-dev libgif-dev
   libcairo2-dev libfreetype-dev libharfbuzz-dev libfontconfig-dev libpolyclipping-dev
-  libgtest-dev libgmock-dev libbenchmark-dev fonts-liberation2 fonts-dejavu-core)
+  libgtest-dev libgmock-dev libbenchmark-dev fonts-liberation2 fonts-dejavu-core
+  clang libclang-rt-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "ok installed" || missing+=("$p")
