@@ -30,6 +30,10 @@ public:
 // that does not load again, a round trip that changes bytes).
 [[noreturn]] void Fail(const char* what, int64_t detail = 0);
 
+// Prints a labelled text to standard error as UTF-8 (lone surrogates as
+// U+FFFD), to say what led to a failure.
+void Report(const char* label, std::u16string_view text);
+
 // UTF-8 bytes as the boundary's UTF-16, every invalid byte as U+FFFD, so
 // that any input reaches the library as some text.
 std::u16string WideFromBytes(std::string_view bytes);
