@@ -114,6 +114,9 @@ typedef struct SvgFileOptions {
     uint32_t size;      /* kSvgFileOptionsSize */
     double width, height; /* -1.0 unless the root gives plain numbers */
     double dpiX, dpiY;  /* -1.0 when unknown */
+    /* Read by K_Draw_ToSvg only (kvsvg_draw_svg.h), and only when size covers them. */
+    uint32_t flags;          /* SVG_DRAW_... */
+    int32_t maximumElements; /* element limit of the new document; 0 none */
 } SvgFileOptions;
 
 /* Load flags. */
@@ -268,5 +271,11 @@ KVSVG_API int32_t K_SvgRemoveElement(SvgHandle node);
 #include "kvsvg/kvsvg_flatten.h"
 /* Drawing and bounds. */
 #include "kvsvg/kvsvg_render.h"
+/* Narrow-character (UTF-8) twins. */
+#include "kvsvg/kvsvg_narrow.h"
+/* Drawing to SVG. */
+#include "kvsvg/kvsvg_draw_svg.h"
+/* The codec plug-in entries. */
+#include "kvsvg/kvsvg_filter.h"
 
 #endif /* KVSVG_KVSVG_H */

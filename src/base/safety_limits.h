@@ -31,12 +31,71 @@ constexpr size_t kMaxFlattenDepth = 200000;
 // as a reference to nothing would be.
 constexpr size_t kMaxReferenceChain = 64;
 
+// Elements that use may copy into one flattening run, counted through uses
+// inside uses before anything is emitted. A map with ten thousand markers of
+// a hundred elements each stays below it; a use bomb (ten levels, each
+// using the level below ten times: ten billion copies) is refused at once.
+// ERROR_MAX_ELEMENTS.
+constexpr uint64_t kMaxUseExpansion = 1000000;
+
+// Tiles of one expanded pattern fill: a 10-pixel hatch over a full page
+// needs about ten thousand. Past this the pattern is written as a copy for
+// the drawing side instead of as tiles.
+constexpr uint64_t kMaxPatternTiles = 20000;
+// Elements all expanded pattern fills of one run may emit: a few hatched
+// areas of a page stay far below; past it further fills are written as
+// copies, which cost one content each.
+constexpr uint64_t kMaxPatternTileElements = 250000;
+
+// A masked rect or image becomes a picture drawn at the scale it is shown
+// at; no side of it passes 4096 pixels (64 MB at 32 bits), however large
+// the element is drawn. Larger ones are scaled up and look soft.
+constexpr int32_t kMaxMaskPictureSide = 4096;
+
 // Style sheets of the standard-syntax rewrite: selectors taken from all the
 // sheets of a document, and element matches applied. Hand-written and
 // editor sheets hold a few hundred; past these a sheet is hostile, and the
 // rest of it is left unapplied.
 constexpr size_t kMaxStyleRules = 10000;
 constexpr size_t kMaxStyleMatches = 2000000;
+
+// Objects (and table entries) read from one vector object when it is saved:
+// the library says where the list ends, and a library that never does would
+// otherwise grow the text until memory runs out. Sixteen million objects is
+// far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
+
+// Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
+// deeper nesting draws as a missing reference would.
+constexpr size_t kMaxLegacyUseNesting = 32;
+// Vector road: uses drawn in one file. Each copies its target, so a few
+// uses of uses multiply into billions of objects; a map that stamps a
+// symbol on every town has thousands, and 100,000 keeps a hostile file to
+// a second or so of work. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyUseInstances = 100000;
+
+// Legacy XML reader: the whole input is copied once (character references
+// expanded) and the tree holds about as much again, so 256 MiB keeps a read
+// under a gigabyte; no drawing on the older road comes near it.
+// ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyXmlBytes = size_t(256) << 20;
+
+// Legacy XML reader: the tree is destroyed and its text collected by
+// recursion, a few frames a level. 1024 levels is twenty times the deepest
+// drawing seen and a small part of a thread's stack, sanitizers included.
+// The same bound holds for parentheses in a content model. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyXmlDepth = 1024;
+
+// Legacy XML reader: entity text that references in one document expand to,
+// counted before anything is expanded. Real files use entities for
+// namespaces and short strings, kilobytes in all; 8 MiB stops a
+// billion-laughs document at parse time. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyEntityExpansion = size_t(8) << 20;
+
+// Legacy XML reader: entities inside entities. Ten levels make a
+// billion-laughs document; 64 is far beyond any honest use and bounds the
+// recursion that measures them. ERROR_MAX_ELEMENTS.
+constexpr size_t kMaxLegacyEntityNesting = 64;
 
 // Decoded images: a picture may not claim more pixels than its bytes can
 // describe, so that decoding cost follows the size of the input and a tiny

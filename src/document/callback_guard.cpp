@@ -67,7 +67,7 @@ void InstallHandlersOnce()
 
 // Kept out of line so that nothing the callback touched lives in registers of
 // the frame that sigsetjmp returns to.
-__attribute__((noinline)) int32_t RunGuarded(SvgHandle element, SvgElementCallback callback, void* userData)
+__attribute__((noinline)) int32_t RunGuarded(GuardedCall call, void* context)
 {
     sigjmp_buf landing;
     sigjmp_buf* const outer = guardState.landing;
@@ -78,7 +78,7 @@ __attribute__((noinline)) int32_t RunGuarded(SvgHandle element, SvgElementCallba
     guardState.landing = &landing;
     int32_t status;
     try {
-        status = callback(element, userData);
+        status = call(context);
     } catch (...) {
         status = ERROR_CALLBACK_FAULT;
     }
@@ -86,12 +86,32 @@ __attribute__((noinline)) int32_t RunGuarded(SvgHandle element, SvgElementCallba
     return status;
 }
 
+struct ElementCall {
+    SvgHandle element;
+    SvgElementCallback callback;
+    void* userData;
+};
+
+int32_t CallElement(void* context)
+{
+    const ElementCall& call = *static_cast<const ElementCall*>(context);
+    return call.callback(call.element, call.userData);
+}
+
 }  // namespace
+
+int32_t CallGuarded(GuardedCall call, void* context)
+{
+    if (!call)
+        return ERROR_INV_PARAMETER;
+    InstallHandlersOnce();
+    return RunGuarded(call, context);
+}
 
 int32_t CallElementCallback(SvgHandle element, SvgElementCallback callback, void* userData)
 {
     if (!callback)
         return ERROR_INV_PARAMETER;
-    InstallHandlersOnce();
-    return RunGuarded(element, callback, userData);
+    ElementCall call{element, callback, userData};
+    return CallGuarded(CallElement, &call);
 }

@@ -9,6 +9,9 @@
 
 #include "kvsvg/kvsvg.h"
 
-
+// A callback of any other shape: call(context) under the same guard, where
+// call is the library's own thunk that unpacks context and calls the caller.
+using GuardedCall = int32_t (*)(void* context);
+int32_t CallGuarded(GuardedCall call, void* context);
 
 int32_t CallElementCallback(SvgHandle element, SvgElementCallback callback, void* userData);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include <pugixml.hpp>
@@ -65,6 +66,11 @@ public:
     int32_t ApplyFilterCallback(SvgBaseHandler* element, int32_t type, int32_t* skip);
     bool HasFilterCallback() const { return filterCallback_ != nullptr; }
 
+    // The folder that relative image files are found in and, when the
+    // flattener is asked to, confined to; empty for the working folder.
+    const std::string& baseFolder() const { return baseFolder_; }
+    void SetBaseFolder(std::string folder) { baseFolder_ = std::move(folder); }
+
     SvgDerivedState* renderState() const { return renderState_.get(); }
     void SetRenderState(std::unique_ptr<SvgDerivedState> state) { renderState_ = std::move(state); }
     void DropRenderState() { renderState_.reset(); }
@@ -97,6 +103,7 @@ private:
     void* filterUserData_ = nullptr;
     uint64_t removalGeneration_ = 0;
     std::unique_ptr<SvgDerivedState> renderState_;
+    std::string baseFolder_;
 };
 
 // The document of a handle of any kind: the object itself for type 1, else

@@ -129,6 +129,8 @@ int32_t SvgDocumentHandler::GetFileOptions(SvgFileOptions& options)
 {
     options.size = kSvgFileOptionsSize;
     options.width = options.height = options.dpiX = options.dpiY = -1.0;
+    options.flags = 0;
+    options.maximumElements = 0;
     pugi::xml_node root = tree_.child("svg");
     if (!root)
         return SUCCESS;

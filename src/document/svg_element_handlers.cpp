@@ -906,6 +906,70 @@ uint32_t ElementRecordSize(uint32_t type)
     return layout ? layout->size : 0;
 }
 
+namespace {
+
+#define TEXT_AT(Record, member) static_cast<uint32_t>(offsetof(Record, member))
+
+// The strings inside each attribute group, relative to the group.
+constexpr uint32_t kCoreTexts[] = {TEXT_AT(SvgCoreAttributes, id), TEXT_AT(SvgCoreAttributes, xmlBase)};
+constexpr uint32_t kConditionalTexts[] = {TEXT_AT(SvgConditionalAttributes, requiredExtensions),
+                                          TEXT_AT(SvgConditionalAttributes, systemLanguage)};
+constexpr uint32_t kXlinkTexts[] = {TEXT_AT(SvgXlinkAttributes, xmlnsXlink), TEXT_AT(SvgXlinkAttributes, role),
+                                    TEXT_AT(SvgXlinkAttributes, arcrole), TEXT_AT(SvgXlinkAttributes, title)};
+constexpr uint32_t kFontTexts[] = {TEXT_AT(SvgFontAttributes, fontFamily), TEXT_AT(SvgFontAttributes, font.text)};
+constexpr uint32_t kStyleTexts[] = {
+    TEXT_AT(K_SvgStyleProp, text.font.fontFamily),
+    TEXT_AT(K_SvgStyleProp, text.font.font.text),
+    TEXT_AT(K_SvgStyleProp, colorValue.color.color.text),
+    TEXT_AT(K_SvgStyleProp, colorValue.colorProfile.text),
+    TEXT_AT(K_SvgStyleProp, clipPath.id),
+    TEXT_AT(K_SvgStyleProp, paint.fill.paint.color.text),
+    TEXT_AT(K_SvgStyleProp, paint.stroke.paint.color.text),
+    TEXT_AT(K_SvgStyleProp, paint.markers.marker.id),
+    TEXT_AT(K_SvgStyleProp, paint.markers.markerStart.id),
+    TEXT_AT(K_SvgStyleProp, paint.markers.markerMid.id),
+    TEXT_AT(K_SvgStyleProp, paint.markers.markerEnd.id),
+    TEXT_AT(K_SvgStyleProp, stop.stopColor.color.text),
+};
+
+#undef TEXT_AT
+
+}  // namespace
+
+size_t RecordTextFields(uint32_t type, RecordTextField (&fields)[kMaxRecordTextFields])
+{
+    const ElementLayout* layout = LayoutOf(type);
+    if (!layout)
+        return 0;
+    size_t count = 0;
+    auto add = [&](uint32_t offset, uint32_t countOffset = 0) {
+        if (count < kMaxRecordTextFields)
+            fields[count++] = {offset, countOffset};
+    };
+    auto addGroup = [&](uint32_t groupOffset, std::span<const uint32_t> texts) {
+        for (uint32_t text : texts)
+            add(groupOffset + text);
+    };
+    for (const RecordStep& step : layout->steps) {
+        switch (step.kind) {
+        case StepKind::Text:
+        case StepKind::RawText: add(step.offset); break;
+        case StepKind::CharacterData: add(step.offset, step.extra); break;
+        case StepKind::Core: addGroup(step.offset, kCoreTexts); break;
+        case StepKind::Conditional: addGroup(step.offset, kConditionalTexts); break;
+        case StepKind::Xlink:
+            addGroup(step.offset, kXlinkTexts);
+            if (step.extra)
+                add(step.extra);
+            break;
+        case StepKind::Presentation: addGroup(step.offset, kStyleTexts); break;
+        case StepKind::FontProperties: addGroup(step.offset, kFontTexts); break;
+        default: break;
+        }
+    }
+    return count;
+}
+
 int32_t InitElementRecord(uint32_t type, void* record, uint32_t size)
 {
     const ElementLayout* layout = LayoutOf(type);
@@ -1078,6 +1142,8 @@ int32_t GetSvgNodeFileOptions(SvgBaseHandler& node, SvgFileOptions& options)
 {
     options.size = kSvgFileOptionsSize;
     options.width = options.height = options.dpiX = options.dpiY = -1.0;
+    options.flags = 0;
+    options.maximumElements = 0;
     SvgSvgElement record;
     if (int32_t status = InitElementRecord(SVG_ELEMENT_SVG, &record, kSvgSvgElementSize); status != SUCCESS)
         return status;

@@ -7,6 +7,7 @@
 // which is polyline by another name.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "document/svg_base_handler.h"
@@ -46,6 +47,17 @@ int32_t FreeElementRecord(uint32_t layout, void* record);
 int32_t RewriteElement(uint32_t layout, SvgBaseElementHandler& handler, uint32_t flags);
 // Record size of an element type; 0 for a type without a record.
 uint32_t ElementRecordSize(uint32_t type);
+// A string of an element record: the offset of its pointer and, for
+// character data, of the count beside it (0 when there is none).
+struct RecordTextField {
+    uint32_t offset;
+    uint32_t countOffset;
+};
+constexpr size_t kMaxRecordTextFields = 32;
+// Every string field of the type's record, nested groups included, in the
+// record's step order; 0 for a type without a record. The narrow twins
+// convert records field by field through this list.
+size_t RecordTextFields(uint32_t type, RecordTextField (&fields)[kMaxRecordTextFields]);
 
 template <uint32_t Layout>
 class SvgRecordElementHandler : public SvgBaseElementHandler {

@@ -16,6 +16,7 @@
 #include "kvsvg/kvdrw.h"
 
 #include "flatten/paint_servers.h"
+#include "flatten/pattern_paint.h"
 #include "values/value_kinds.h"
 #include "values/value_records.h"
 
@@ -41,14 +42,19 @@ K_SvgStyleProp* StyleOf(void* record, uint32_t type)
 // A fill or stroke that names a paint server gets that server's copy for
 // this shape. A name that finds nothing, or finds something that is not a
 // gradient, leaves the reference as written.
-int32_t ResolvePaintServer(CSvgFlattener& flattener, CSvgContext& context, SvgPaint& paint,
-                           const CSvgBoundingBox& box)
+CSvgClipPath* ShapeClip(CSvgFlattener& flattener, CSvgContext& context, void* record, uint32_t type,
+                        const CSvgBoundingBox& box);
+
+int32_t ResolvePaintServer(CSvgFlattener& flattener, CSvgContext& context, SvgPaint& paint, bool isFill,
+                           void* record, uint32_t type, const CSvgBoundingBox& box)
 {
     SvgElementView server = flattener.FindElementById(context, paint.color.text);
     if (!server)
         return SUCCESS;
     if (server.type() == SVG_ELEMENT_LINEARGRADIENT || server.type() == SVG_ELEMENT_RADIALGRADIENT)
         return FlattenGradient(flattener, context, server, paint, box);
+    if (server.type() == SVG_ELEMENT_PATTERN)
+        return FlattenPattern(flattener, context, server, paint, isFill, record, type, box, ShapeClip);
     return SUCCESS;
 }
 
@@ -414,6 +420,41 @@ CSvgClipPath* OwnClip(CSvgFlattener& flattener, const CSvgContext& context, cons
     return VariantUnder(flattener, clip, matrix);
 }
 
+// The clip of a shape's own outline (it already stands in the flat
+// document's coordinates), inside the shape's clip-path and its groups'
+// clip: what the tiles of a pattern fill are cut to. Null when it cannot
+// be made.
+CSvgClipPath* ShapeClip(CSvgFlattener& flattener, CSvgContext& context, void* record, uint32_t type,
+                        const CSvgBoundingBox& box)
+{
+    kvdrw::Engine* engine = flattener.engine();
+    K_SvgStyleProp* style = StyleOf(record, type);
+    if (!engine || !style)
+        return nullptr;
+    std::unique_ptr<CSvgClipPath> clip(new (std::nothrow) CSvgClipPath(*engine));
+    if (!clip || clip->Create() != SUCCESS)
+        return nullptr;
+    const bool evenOdd = style->paint.fill.rule == svgkind::kFillRuleEvenOdd;
+    EngineObject<kvdrw::GraphicsPath> figure(*engine);
+    if (engine->CreatePath(figure.out()) != SUCCESS)
+        return nullptr;
+    figure.get()->SetFillMode(evenOdd ? kvdrw::kFillEvenOdd : kvdrw::kFillWinding);
+    if (AddShapeOutline(*figure.get(), record, type) != SUCCESS || clip->AddGeometry(figure.get(), evenOdd) != SUCCESS)
+        return nullptr;
+    clip->shapeCount = 1;
+    clip->derived = true;
+    clip->id = "kolv_clip_" + std::to_string(flattener.NextId());
+    CSvgClipPath* made = clip.get();
+    if (flattener.clipPaths().Find(clip->id))
+        made = flattener.clipPaths().AddWithFreeId(std::move(clip));
+    else if (!flattener.clipPaths().Add(std::move(clip)))
+        made = nullptr;
+    if (!made)
+        return nullptr;
+    CSvgClipPath* own = OwnClip(flattener, context, *style, box);
+    return IntersectionOf(flattener, context.activeClip, IntersectionOf(flattener, own, made));
+}
+
 int32_t ClipContentVisitor(CSvgFlattener& flattener, CSvgContext& context)
 {
     switch (context.sourceNode.type()) {
@@ -573,12 +614,12 @@ int32_t ResolvePaintAndClip(CSvgFlattener& flattener, CSvgContext& context, void
         FreeTrackedField(reinterpret_cast<void**>(&fill.paint.color.text));
     }
     if (fill.paint.kind == svgkind::kPaintReference) {
-        if (int32_t status = ResolvePaintServer(flattener, context, fill.paint, box); status != SUCCESS)
+        if (int32_t status = ResolvePaintServer(flattener, context, fill.paint, true, record, type, box); status != SUCCESS)
             return status;
     }
     SvgStroke& stroke = style->paint.stroke;
     if (stroke.paint.kind == svgkind::kPaintReference) {
-        if (int32_t status = ResolvePaintServer(flattener, context, stroke.paint, box); status != SUCCESS)
+        if (int32_t status = ResolvePaintServer(flattener, context, stroke.paint, false, record, type, box); status != SUCCESS)
             return status;
     }
     if (context.mode != FlattenMode::Normal)
@@ -606,10 +647,6 @@ int32_t ResolvePaintAndClip(CSvgFlattener& flattener, CSvgContext& context, void
     return SUCCESS;
 }
 
-int32_t ReadElementMask(CSvgFlattener&, CSvgContext&)
-{
-    return SUCCESS;
-}
 
 
 
@@ -619,8 +656,3 @@ int32_t ClipShapeAgainstClip(CSvgFlattener& flattener, CSvgContext& context, voi
     return flattener.InsertFlatElement(context, record, type, box);
 }
 
-int32_t ApplyMaskToRect(CSvgFlattener&, CSvgContext&, SvgRectElement&, bool* maskUsed)
-{
-    *maskUsed = false;
-    return SUCCESS;
-}

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "flatten/svg_flattener.h"
 
@@ -26,6 +27,14 @@ int32_t AddClipGeometry(CSvgFlattener& flattener, CSvgContext& context, void* re
 // A shape in clip content that has a clip-path of its own.
 int32_t ClipShapeAgainstClip(CSvgFlattener& flattener, CSvgContext& context, void* record, uint32_t type,
                              const CSvgBoundingBox& box);
-// Applies the context's mask to a rect record; *maskUsed tells whether the
-// rect was consumed by it.
-int32_t ApplyMaskToRect(CSvgFlattener& flattener, CSvgContext& context, SvgRectElement& rect, bool* maskUsed);
+// Applies the context's mask to a rect record whose box is in the user
+// space that `matrix` bakes: the rect becomes an image of its fill with the
+// mask as alpha. *maskUsed tells whether the rect was consumed (it is, also
+// when the mask holds no picture: the rect is then dropped).
+int32_t ApplyMaskToRect(CSvgFlattener& flattener, CSvgContext& context, SvgRectElement& rect,
+                        const SvgMatrix& matrix, bool* maskUsed);
+// The same for a picture filling the box x, y, width, height: `href` gets
+// the masked picture as a PNG data URI and *masked is set; a mask without a
+// picture leaves *masked clear, and the image is dropped.
+int32_t ApplyMaskToImage(CSvgFlattener& flattener, CSvgContext& context, KvBitmap& picture, double x, double y,
+                         double width, double height, std::u16string& href, bool* masked);

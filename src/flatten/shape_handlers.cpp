@@ -245,7 +245,7 @@ int32_t FlattenRect(CSvgFlattener& flattener, CSvgContext& parent)
     box.Add(x + width, y + height);
     if (context.maskId) {
         bool maskUsed = false;
-        if (int32_t status = ApplyMaskToRect(flattener, context, rect, &maskUsed); status != SUCCESS || maskUsed)
+        if (int32_t status = ApplyMaskToRect(flattener, context, rect, context.matrix, &maskUsed); status != SUCCESS || maskUsed)
             return status;
     }
     ScaleStrokeWidth(context.matrix, rect.style);
@@ -366,7 +366,7 @@ int32_t FlattenPath(CSvgFlattener& flattener, CSvgContext& parent)
             return rect.status();
         if (IsRectanglePath(context.matrix, path.d) && RectFromPath(path, rect.get()) == SUCCESS) {
             bool maskUsed = false;
-            if (int32_t status = ApplyMaskToRect(flattener, context, rect.get(), &maskUsed);
+            if (int32_t status = ApplyMaskToRect(flattener, context, rect.get(), SvgMatrix{}, &maskUsed);
                 status != SUCCESS || maskUsed)
                 return status;
         }

@@ -99,6 +99,8 @@ int32_t ResolveSvgViewport(CSvgFlattener& flattener, CSvgContext& context, SvgSv
     return SUCCESS;
 }
 
+}  // namespace
+
 // The matrix that maps a viewBox onto a viewport, as preserveAspectRatio
 // asks.
 SvgMatrix ViewBoxMatrix(const SvgPreserveAspectRatio& ratio, const SvgSvgElement& svg)
@@ -165,15 +167,14 @@ SvgMatrix ViewBoxMatrix(const SvgPreserveAspectRatio& ratio, const SvgSvgElement
     return MultiplySvgMatrix(MultiplySvgMatrix(place, scale), origin);
 }
 
-}  // namespace
 
-int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, const SvgLength* widthOverride,
-                                const SvgLength* heightOverride)
+namespace {
+
+// The svg road for a record already read (from an svg, or made from a
+// symbol): the root becomes the flat root, a nested one a matrix.
+int32_t FlattenSvgRecord(CSvgFlattener& flattener, CSvgContext& context, SvgSvgElement& svg,
+                         const SvgLength* widthOverride, const SvgLength* heightOverride)
 {
-    ScopedRecord<SvgSvgElement> record(SVG_ELEMENT_SVG);
-    if (int32_t status = context.sourceNode.Read(record); status != SUCCESS)
-        return status;
-    SvgSvgElement& svg = record.get();
     std::unique_ptr<CSvgContext> own = CSvgFlattener::NewContext();
     if (!own)
         return ERROR_NO_MEMORY;
@@ -205,6 +206,36 @@ int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, 
         own->matrix = MultiplySvgMatrix(own->matrix, ViewBoxMatrix(svg.preserveAspectRatio, svg));
     }
     return flattener.FlattenChildren(std::move(own), DispatchVisitor);
+}
+
+}  // namespace
+
+int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, const SvgLength* widthOverride,
+                                const SvgLength* heightOverride)
+{
+    ScopedRecord<SvgSvgElement> record(SVG_ELEMENT_SVG);
+    if (int32_t status = context.sourceNode.Read(record); status != SUCCESS)
+        return status;
+    return FlattenSvgRecord(flattener, context, record.get(), widthOverride, heightOverride);
+}
+
+// A symbol reached through a use is a nested svg with the symbol's viewBox,
+// preserveAspectRatio, style and core attributes, and no geometry or
+// transform of its own: the use's width and height size it.
+int32_t SymbolToSvg(CSvgFlattener& flattener, CSvgContext& context, const SvgLength* widthOverride,
+                    const SvgLength* heightOverride)
+{
+    ScopedRecord<SvgSymbolElement> symbol(SVG_ELEMENT_SYMBOL);
+    if (int32_t status = context.sourceNode.Read(symbol); status != SUCCESS)
+        return status;
+    ScopedRecord<SvgSvgElement> record(SVG_ELEMENT_SVG);
+    SvgSvgElement& svg = record.get();
+    // The symbol's owned fields move over whole; the symbol keeps nothing.
+    svg.viewBox = symbol->viewBox;
+    svg.preserveAspectRatio = symbol->preserveAspectRatio;
+    std::swap(svg.style, symbol->style);
+    std::swap(svg.core, symbol->core);
+    return FlattenSvgRecord(flattener, context, svg, widthOverride, heightOverride);
 }
 
 int32_t FlattenSvg(CSvgFlattener& flattener, CSvgContext& context)
@@ -267,4 +298,59 @@ int32_t FlattenAnchor(CSvgFlattener& flattener, CSvgContext& context)
     if (inserted)
         own->outputParent = inserted;
     return flattener.FlattenChildren(std::move(own), DispatchVisitor);
+}
+
+int32_t FlattenUse(CSvgFlattener& flattener, CSvgContext& context)
+{
+    ScopedRecord<SvgUseElement> record(SVG_ELEMENT_USE);
+    if (int32_t status = context.sourceNode.Read(record); status != SUCCESS)
+        return status;
+    SvgUseElement& use = record.get();
+    std::unique_ptr<CSvgContext> own = CSvgFlattener::NewContext();
+    if (!own)
+        return ERROR_NO_MEMORY;
+    if (int32_t status = own->Derive(context, &use.transform, &use.style); status != SUCCESS)
+        return status;
+    ResolveContextLengths(*own, own->style);
+    const int32_t font = own->fontSize;
+    ResolveSvgLength(use.x, false, true, font, own->viewportWidth, own->viewportHeight);
+    ResolveSvgLength(use.y, true, true, font, own->viewportWidth, own->viewportHeight);
+    const double x = IsSet(use.x.value) ? use.x.value : 0.0;
+    const double y = IsSet(use.y.value) ? use.y.value : 0.0;
+    // x and y place the copy after the use's own transform.
+    own->matrix = MultiplySvgMatrix(own->matrix, SvgMatrix{1, 0, 0, 1, x, y});
+    own->parentNode = context.sourceNode;
+
+    const SvgElementView target = flattener.FindElementById(context, use.href);
+    if (!target)
+        return SUCCESS;
+    // A use met again inside its own expansion (itself, an ancestor, or a
+    // ring of uses) yields nothing, as a use of a missing id does.
+    const pugi::xml_node self = context.sourceNode.node();
+    if (flattener.IsUseActive(self))
+        return SUCCESS;
+    if (!own->useChain) {
+        // Uses inside this one are counted in its charge.
+        if (int32_t status = flattener.ChargeExpansion(context, target); status != SUCCESS)
+            return status;
+    }
+    try {
+        own->useChain = std::make_shared<const CSvgUseLink>(self, own->useChain, &flattener.activeUses());
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
+    }
+    own->sourceNode = target;
+    switch (target.type()) {
+    case SVG_ELEMENT_SVG: return FlattenSvgWithOverrides(flattener, *own, &use.width, &use.height);
+    case SVG_ELEMENT_SYMBOL: {
+        // A symbol without a size fills the use's viewport.
+        SvgLength width = use.width, height = use.height;
+        if (!IsSet(width.value))
+            width = SvgLength{kSvgLengthSize, 100.0, SVG_UNIT_NONE, 1};
+        if (!IsSet(height.value))
+            height = SvgLength{kSvgLengthSize, 100.0, SVG_UNIT_NONE, 1};
+        return SymbolToSvg(flattener, *own, &width, &height);
+    }
+    default: return flattener.FlattenOne(std::move(own), target, DispatchVisitor);
+    }
 }

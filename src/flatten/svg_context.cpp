@@ -271,6 +271,27 @@ CSvgContext::~CSvgContext()
     activeClip = nullptr;
 }
 
+CSvgUseLink::CSvgUseLink(pugi::xml_node node, std::shared_ptr<const CSvgUseLink> outerLink,
+                         std::unordered_map<pugi::xml_node_struct*, uint32_t>* activeUses)
+    : use(node), outer(std::move(outerLink)), active(activeUses)
+{
+    ++(*active)[use.internal_object()];
+}
+
+CSvgUseLink::~CSvgUseLink()
+{
+    auto found = active->find(use.internal_object());
+    if (found != active->end() && --found->second == 0)
+        active->erase(found);
+    // A long chain would free its links recursively through `outer`; it is
+    // unwound here one link at a time instead.
+    std::shared_ptr<const CSvgUseLink> next = std::move(outer);
+    while (next && next.use_count() == 1) {
+        std::shared_ptr<const CSvgUseLink> after = std::move(next->outer);
+        next = std::move(after);
+    }
+}
+
 int32_t CSvgContext::Derive(const CSvgContext& parent, const SvgTransformList* transform,
                             const K_SvgStyleProp* overrideStyle)
 {
@@ -300,6 +321,8 @@ int32_t CSvgContext::Derive(const CSvgContext& parent, const SvgTransformList* t
     collectingClip = parent.collectingClip;
     activeClip = parent.activeClip;
     instance = parent.instance;
+    useChain = parent.useChain;
+    patternChain = parent.patternChain;
     return SUCCESS;
 }
 

@@ -11,6 +11,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <unordered_map>
 
 #include "document/svg_element_view.h"
 #include "kvsvg/kvsvg.h"
@@ -18,6 +20,25 @@
 
 class CSvgClipPath;
 struct CSvgInstanceList;
+
+// One use being expanded, linked to the use whose content holds it: the
+// chain of uses open above an element. A use that finds itself on the chain
+// would expand without end and yields nothing instead.
+// The links are counted per use node in `active` (owned by the flattener),
+// so that finding a use on its own chain costs one lookup however long the
+// chain: a link lives exactly as long as some context of its expansion.
+struct CSvgUseLink {
+    CSvgUseLink(pugi::xml_node use, std::shared_ptr<const CSvgUseLink> outer,
+                std::unordered_map<pugi::xml_node_struct*, uint32_t>* active);
+    ~CSvgUseLink();
+    CSvgUseLink(const CSvgUseLink&) = delete;
+    CSvgUseLink& operator=(const CSvgUseLink&) = delete;
+
+    pugi::xml_node use;
+    // Mutable so that the destructor can unwind a long chain.
+    mutable std::shared_ptr<const CSvgUseLink> outer;
+    std::unordered_map<pugi::xml_node_struct*, uint32_t>* active;
+};
 
 // A style record that owns its strings and arrays and frees them.
 class CSvgStyleProp : public K_SvgStyleProp {
@@ -89,6 +110,11 @@ public:
     CSvgClipPath* collectingClip = nullptr;
     CSvgClipPath* activeClip = nullptr;
     CSvgInstanceList* instance = nullptr;
+    // The uses being expanded above this level; empty outside use content.
+    std::shared_ptr<const CSvgUseLink> useChain;
+    // Paint servers whose content is being flattened above this level, so
+    // that content painted with its own pattern does not expand again.
+    std::shared_ptr<const CSvgUseLink> patternChain;
 };
 
 // Resolves, in this order, font-size (a percentage becomes 0; the context's

@@ -32,6 +32,8 @@ constexpr std::array<FlattenVisitor, kSvgLastElementType + 1> MakeHandlerTable()
     table[SVG_ELEMENT_POLYLINE] = FlattenPoly;
     table[SVG_ELEMENT_POLYGON] = FlattenPoly;
     table[SVG_ELEMENT_A] = FlattenAnchor;
+    table[SVG_ELEMENT_USE] = FlattenUse;
+    table[SVG_ELEMENT_IMAGE] = FlattenImage;
     return table;
 }
 
@@ -163,21 +165,36 @@ int32_t CSvgFlattener::FlattenChildren(std::unique_ptr<CSvgContext> context, Fla
             onExit(*this, *context);
         return SUCCESS;
     }
-    if (frames_.size() >= kvlimits::kMaxFlattenDepth) {
-        if (onExit)
-            onExit(*this, *context);
-        return ERROR_MAX_ELEMENTS;
-    }
     context->parentNode = context->sourceNode;
-    try {
-        if (frames_.size() == frames_.capacity())
-            frames_.reserve(std::max<size_t>(16, frames_.capacity() * 2));
-    } catch (const std::bad_alloc&) {
-        if (onExit)
-            onExit(*this, *context);
-        return ERROR_NO_MEMORY;
+    return PushFrame(WalkFrame{std::move(context), first, visitor, onExit, false});
+}
+
+int32_t CSvgFlattener::FlattenOne(std::unique_ptr<CSvgContext> context, SvgElementView node, FlattenVisitor visitor)
+{
+    if (!context || !visitor || !node)
+        return ERROR_INV_PARAMETER;
+    return PushFrame(WalkFrame{std::move(context), node, visitor, nullptr, true});
+}
+
+int32_t CSvgFlattener::PushFrame(WalkFrame frame)
+{
+    int32_t status = SUCCESS;
+    if (frames_.size() >= kvlimits::kMaxFlattenDepth) {
+        status = ERROR_MAX_ELEMENTS;
+    } else {
+        try {
+            if (frames_.size() == frames_.capacity())
+                frames_.reserve(std::max<size_t>(16, frames_.capacity() * 2));
+        } catch (const std::bad_alloc&) {
+            status = ERROR_NO_MEMORY;
+        }
     }
-    frames_.push_back(WalkFrame{std::move(context), first, visitor, onExit});
+    if (status != SUCCESS) {
+        if (frame.onExit)
+            frame.onExit(*this, *frame.context);
+        return status;
+    }
+    frames_.push_back(std::move(frame));
     return SUCCESS;
 }
 
@@ -200,7 +217,7 @@ int32_t CSvgFlattener::Walk(size_t baseDepth)
             continue;
         }
         const SvgElementView child = top.next;
-        top.next = child.NextSibling();
+        top.next = top.single ? SvgElementView{} : child.NextSibling();
         // The context lives on the heap, so frames pushed by the visitor
         // leave it where it is.
         CSvgContext& working = *top.context;
@@ -238,13 +255,127 @@ int32_t CSvgFlattener::InsertFlatElement(CSvgContext& context, void* record, uin
     return context.outputParent.Insert(type, record, kSvgInsertLastChild, inserted);
 }
 
+uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView node)
+{
+    constexpr uint64_t kSaturated = uint64_t(1) << 62;
+    constexpr uint64_t kInProgress = ~uint64_t(0);
+    struct Pending {
+        pugi::xml_node node;
+        pugi::xml_node nextChild;  // element children still to count
+        bool targetDone;           // for a use: its target has been counted
+        uint64_t sum;
+    };
+    auto known = [&](pugi::xml_node n, uint64_t& size) {
+        auto found = expandedSizes_.find(n.internal_object());
+        if (found == expandedSizes_.end())
+            return false;
+        // A node still being counted is part of a cycle: it adds nothing.
+        size = found->second == kInProgress ? 0 : found->second;
+        return true;
+    };
+    try {
+        uint64_t result = 0;
+        if (known(node.node(), result))
+            return result;
+        std::vector<Pending> stack;
+        auto open = [&](pugi::xml_node n) {
+            expandedSizes_[n.internal_object()] = kInProgress;
+            stack.push_back(Pending{n, n.first_child(), false, 1});
+        };
+        open(node.node());
+        while (!stack.empty()) {
+            Pending& top = stack.back();
+            pugi::xml_node next;
+            if (std::strcmp(top.node.name(), "use") == 0) {
+                if (!top.targetDone) {
+                    top.targetDone = true;
+                    const char* href = top.node.attribute("xlink:href").value();
+                    if (!*href)
+                        href = top.node.attribute("href").value();
+                    const std::u16string id = ToUtf16(href);
+                    const SvgElementView target = FindElementById(context, id.c_str());
+                    next = target.node();
+                }
+            } else {
+                while (top.nextChild && top.nextChild.type() != pugi::node_element)
+                    top.nextChild = top.nextChild.next_sibling();
+                next = top.nextChild;
+                if (next)
+                    top.nextChild = next.next_sibling();
+            }
+            if (next) {
+                uint64_t size = 0;
+                if (known(next, size))
+                    top.sum = std::min(kSaturated, top.sum + size);
+                else
+                    open(next);
+                continue;
+            }
+            const Pending done = top;
+            stack.pop_back();
+            expandedSizes_[done.node.internal_object()] = done.sum;
+            if (!stack.empty())
+                stack.back().sum = std::min(kSaturated, stack.back().sum + done.sum);
+            else
+                result = done.sum;
+        }
+        return result;
+    } catch (const std::bad_alloc&) {
+        return kSaturated;
+    }
+}
+
+int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementView target, uint64_t copies)
+{
+    const uint64_t each = ExpandedSize(context, target);
+    const uint64_t size = copies != 0 && each > kvlimits::kMaxUseExpansion / copies ? kvlimits::kMaxUseExpansion + 1
+                                                                                    : each * copies;
+    if (size > kvlimits::kMaxUseExpansion - std::min(expansionCharged_, kvlimits::kMaxUseExpansion))
+        return ERROR_MAX_ELEMENTS;
+    expansionCharged_ += size;
+    return SUCCESS;
+}
+
+namespace {
+
+// Ids enter the hash trimmed of blanks at both ends and are compared
+// without regard to case: two ids that differ in case alone are one id
+// once either has been hashed.
+std::string HashKey(std::string_view id)
+{
+    const size_t first = id.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos)
+        return std::string();
+    const size_t last = id.find_last_not_of(" \t\r\n");
+    std::string key(id.substr(first, last - first + 1));
+    for (char& c : key) {
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    }
+    return key;
+}
+
+}  // namespace
+
+bool CSvgFlattener::TakeTileElements(uint64_t tiles, SvgElementView content, const CSvgContext& context)
+{
+    const uint64_t each = ExpandedSize(context, content);
+    const uint64_t room = kvlimits::kMaxPatternTileElements - std::min(tileElements_, kvlimits::kMaxPatternTileElements);
+    if (tiles != 0 && each > room / tiles)
+        return false;
+    tileElements_ += each * tiles;
+    return true;
+}
+
 void CSvgFlattener::RegisterElementId(SvgElementView element)
 {
     const pugi::xml_attribute id = element.node().attribute("id");
     if (!id || !*id.value())
         return;
     try {
-        nodeHash_.emplace(id.value(), element.node());
+        std::string key = HashKey(id.value());
+        if (!key.empty())
+            nodeHash_.emplace(std::move(key), element.node());
     } catch (const std::bad_alloc&) {
         // The hash only saves a search; a missing entry is found the slow way.
     }
@@ -254,20 +385,59 @@ SvgElementView CSvgFlattener::FindElementById(const CSvgContext& context, const 
 {
     if (!id || !source_)
         return {};
-    if (*id == u'#')
-        ++id;
+    std::string wanted;
     std::string key;
     try {
-        key = ToUtf8(id);
+        wanted = ToUtf8(id);
+        const size_t first = wanted.find_first_not_of(" \t\r\n");
+        if (first != std::string::npos && wanted[first] == '#')
+            wanted.erase(0, first + 1);
+        key = HashKey(wanted);
     } catch (const std::bad_alloc&) {
         return {};
     }
+    if (key.empty())
+        return {};
     if (auto found = nodeHash_.find(key); found != nodeHash_.end())
         return SvgElementView(*source_, found->second);
-    pugi::xml_node start = context.sourceRoot ? context.sourceRoot.node() : source_->Root();
-    pugi::xml_node node = start.find_node([&](pugi::xml_node candidate) {
-        return candidate.type() == pugi::node_element && key == candidate.attribute("id").value();
-    });
+    // Not walked yet: the document is searched for the id as written, case
+    // and all, once; what is found is hashed for the next reference, and an
+    // id that found nothing is not searched for again.
+    const std::string exact = [&]() {
+        const size_t first = wanted.find_first_not_of(" \t\r\n");
+        const size_t last = wanted.find_last_not_of(" \t\r\n");
+        return wanted.substr(first, last - first + 1);
+    }();
+    if (!exactIndexBuilt_) {
+        // One pass over the whole document, first in document order winning,
+        // stands in for a search per id: long chains of forward references
+        // would otherwise search the document once per link.
+        exactIndexBuilt_ = true;
+        pugi::xml_node start = context.sourceRoot ? context.sourceRoot.node() : source_->Root();
+        try {
+            start.find_node([&](pugi::xml_node candidate) {
+                if (candidate.type() == pugi::node_element) {
+                    const char* value = candidate.attribute("id").value();
+                    if (*value)
+                        exactIndex_.emplace(value, candidate);
+                }
+                return false;
+            });
+        } catch (const std::bad_alloc&) {
+            exactIndex_.clear();
+            exactIndexBuilt_ = false;
+        }
+    }
+    pugi::xml_node node;
+    if (exactIndexBuilt_) {
+        if (auto found = exactIndex_.find(exact); found != exactIndex_.end())
+            node = found->second;
+    } else {
+        pugi::xml_node start = context.sourceRoot ? context.sourceRoot.node() : source_->Root();
+        node = start.find_node([&](pugi::xml_node candidate) {
+            return candidate.type() == pugi::node_element && exact == candidate.attribute("id").value();
+        });
+    }
     if (!node)
         return {};
     RegisterElementId(SvgElementView(*source_, node));

@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "flatten/svg_context.h"
@@ -65,6 +66,11 @@ public:
     // limit, ERROR_NO_MEMORY if the frame cannot be kept.
     int32_t FlattenChildren(std::unique_ptr<CSvgContext> context, FlattenVisitor visitor,
                             FlattenExit onExit = nullptr);
+    // Visits the one element `node` (not its siblings) with `visitor`, in
+    // the working context `context`, after the calling handler returns:
+    // how a use hands over its target without recursing on the machine
+    // stack when the target is itself a use.
+    int32_t FlattenOne(std::unique_ptr<CSvgContext> context, SvgElementView node, FlattenVisitor visitor);
     // Runs visitor on context and then every walk it started, to the end:
     // the second pass, and the nested walks of clip, pattern and mask
     // content, which must be complete before their caller goes on.
@@ -87,6 +93,23 @@ public:
     // The shared counter of generated ids; never reset within a run.
     uint32_t NextId() { return idCounter_++; }
 
+    // Charges the elements a top-level use will emit, counted through the
+    // uses inside its target, against the run's expansion budget
+    // (kvlimits::kMaxUseExpansion). ERROR_MAX_ELEMENTS when the budget
+    // would be passed: nothing of that use has been emitted yet.
+    // `copies` copies of `target` (pattern tiles) are charged the same way.
+    int32_t ChargeExpansion(const CSvgContext& context, SvgElementView target, uint64_t copies = 1);
+    // Takes `tiles` copies of `content` from the run's budget of expanded
+    // pattern tiles (kvlimits::kMaxPatternTileElements); false, taking
+    // nothing, when they do not fit.
+    bool TakeTileElements(uint64_t tiles, SvgElementView content, const CSvgContext& context);
+    // Patterns whose content is being flattened now.
+    std::unordered_set<const void*>& activePatterns() { return activePatterns_; }
+
+    // The uses whose expansion is under way, counted by their links.
+    std::unordered_map<pugi::xml_node_struct*, uint32_t>& activeUses() { return activeUses_; }
+    bool IsUseActive(pugi::xml_node use) const { return activeUses_.count(use.internal_object()) != 0; }
+
     // The measuring engine of the run, made when first asked for: clip
     // geometry and text measuring go through it. Null without one.
     kvdrw::Engine* engine();
@@ -103,20 +126,37 @@ private:
         SvgElementView next;
         FlattenVisitor visitor = nullptr;
         FlattenExit onExit = nullptr;
+        // Visits `next` alone, not its following siblings.
+        bool single = false;
     };
+
+    // Elements below `node`, itself included, with each use counted as its
+    // target's count; memoised by node, a use met again inside its own
+    // count adds nothing. Saturates far above the budget.
+    uint64_t ExpandedSize(const CSvgContext& context, SvgElementView node);
+    int32_t PushFrame(WalkFrame frame);
 
     int32_t Walk(size_t baseDepth);
     void PopFramesTo(size_t depth);
 
     K_SvgFlatOptions options_{};
     uint32_t idCounter_ = 0;
+    // Before frames_: the links in the frames' contexts count themselves here.
+    std::unordered_map<pugi::xml_node_struct*, uint32_t> activeUses_;
+    std::unordered_set<const void*> activePatterns_;
     std::vector<WalkFrame> frames_;
     std::unordered_map<std::string, pugi::xml_node> nodeHash_;
+    // Every id of the source as written, for references ahead of the walk.
+    std::unordered_map<std::string, pugi::xml_node> exactIndex_;
+    bool exactIndexBuilt_ = false;
     SvgDocumentHandler* source_ = nullptr;
     SvgDocumentHandler* target_ = nullptr;
     kvdrw::Engine* engine_ = nullptr;
     bool engineTried_ = false;
     std::unique_ptr<CSvgClipPathHash> clipPaths_;
+    std::unordered_map<pugi::xml_node_struct*, uint64_t> expandedSizes_;
+    uint64_t expansionCharged_ = 0;
+    uint64_t tileElements_ = 0;
 };
 
 // The handler table by element type. Structure, paint server and text
@@ -125,9 +165,14 @@ int32_t FlattenSvg(CSvgFlattener& flattener, CSvgContext& context);
 // svg with the width and height a use gives it (each may be null or unset).
 int32_t FlattenSvgWithOverrides(CSvgFlattener& flattener, CSvgContext& context, const SvgLength* widthOverride,
                                 const SvgLength* heightOverride);
+// The matrix that maps svg.viewBox onto the viewport svg.x, y, width,
+// height as `ratio` asks (unset and non-positive sizes taking 1000).
+SvgMatrix ViewBoxMatrix(const SvgPreserveAspectRatio& ratio, const SvgSvgElement& svg);
 int32_t FlattenGroup(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenDefs(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenAnchor(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenUse(CSvgFlattener& flattener, CSvgContext& context);
+int32_t FlattenImage(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenLine(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenRect(CSvgFlattener& flattener, CSvgContext& context);
 int32_t FlattenCircle(CSvgFlattener& flattener, CSvgContext& context);

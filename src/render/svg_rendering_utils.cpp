@@ -18,165 +18,11 @@
 #include "document/svg_data_uri.h"
 #include "document/svg_document_handler.h"
 #include "document/svg_element_view.h"
+#include "values/svg_color_names.h"
 #include "values/value_kinds.h"
 
 namespace {
 
-struct NamedColor {
-    std::u16string_view name;
-    kvdrw::Color color;  // alpha, red, green, blue
-};
-
-// The colour keywords of SVG, looked up by exact comparison.
-const NamedColor kNamedColors[] = {
-    {u"aliceblue", {255, 240, 248, 255}},
-    {u"antiquewhite", {255, 250, 235, 215}},
-    {u"aqua", {255, 0, 255, 255}},
-    {u"aquamarine", {255, 127, 255, 212}},
-    {u"azure", {255, 240, 255, 255}},
-    {u"beige", {255, 245, 245, 220}},
-    {u"bisque", {255, 255, 228, 196}},
-    {u"black", {255, 0, 0, 0}},
-    {u"blanchedalmond", {255, 255, 235, 205}},
-    {u"blue", {255, 0, 0, 255}},
-    {u"blueviolet", {255, 138, 43, 226}},
-    {u"brown", {255, 165, 42, 42}},
-    {u"burlywood", {255, 222, 184, 135}},
-    {u"cadetblue", {255, 95, 158, 160}},
-    {u"chartreuse", {255, 127, 255, 0}},
-    {u"chocolate", {255, 210, 105, 30}},
-    {u"coral", {255, 255, 127, 80}},
-    {u"cornflowerblue", {255, 100, 149, 237}},
-    {u"cornsilk", {255, 255, 248, 220}},
-    {u"crimson", {255, 220, 20, 60}},
-    {u"cyan", {255, 0, 255, 255}},
-    {u"darkblue", {255, 0, 0, 139}},
-    {u"darkcyan", {255, 0, 139, 139}},
-    {u"darkgoldenrod", {255, 184, 134, 11}},
-    {u"darkgray", {255, 169, 169, 169}},
-    {u"darkgreen", {255, 0, 100, 0}},
-    {u"darkgrey", {255, 169, 169, 169}},
-    {u"darkkhaki", {255, 189, 183, 107}},
-    {u"darkmagenta", {255, 139, 0, 139}},
-    {u"darkolivegreen", {255, 85, 107, 47}},
-    {u"darkorange", {255, 255, 140, 0}},
-    {u"darkorchid", {255, 153, 50, 204}},
-    {u"darkred", {255, 139, 0, 0}},
-    {u"darksalmon", {255, 233, 150, 122}},
-    {u"darkseagreen", {255, 143, 188, 143}},
-    {u"darkslateblue", {255, 72, 61, 139}},
-    {u"darkslategray", {255, 47, 79, 79}},
-    {u"darkslategrey", {255, 47, 79, 79}},
-    {u"darkturquoise", {255, 0, 206, 209}},
-    {u"darkviolet", {255, 148, 0, 211}},
-    {u"deeppink", {255, 255, 20, 147}},
-    {u"deepskyblue", {255, 0, 191, 255}},
-    {u"dimgray", {255, 105, 105, 105}},
-    {u"dimgrey", {255, 105, 105, 105}},
-    {u"dodgerblue", {255, 30, 144, 255}},
-    {u"firebrick", {255, 178, 34, 34}},
-    {u"floralwhite", {255, 255, 250, 240}},
-    {u"forestgreen", {255, 34, 139, 34}},
-    {u"fuchsia", {255, 255, 0, 255}},
-    {u"gainsboro", {255, 220, 220, 220}},
-    {u"ghostwhite", {255, 248, 248, 255}},
-    {u"gold", {255, 255, 215, 0}},
-    {u"goldenrod", {255, 218, 165, 32}},
-    {u"gray", {255, 128, 128, 128}},
-    {u"grey", {255, 128, 128, 128}},
-    {u"green", {255, 0, 128, 0}},
-    {u"greenyellow", {255, 173, 255, 47}},
-    {u"honeydew", {255, 240, 255, 240}},
-    {u"hotpink", {255, 255, 105, 180}},
-    {u"indianred", {255, 205, 92, 92}},
-    {u"indigo", {255, 75, 0, 130}},
-    {u"ivory", {255, 255, 255, 240}},
-    {u"khaki", {255, 240, 230, 140}},
-    {u"lavender", {255, 230, 230, 250}},
-    {u"lavenderblush", {255, 255, 240, 245}},
-    {u"lawngreen", {255, 124, 252, 0}},
-    {u"lemonchiffon", {255, 255, 250, 205}},
-    {u"lightblue", {255, 173, 216, 230}},
-    {u"lightcoral", {255, 240, 128, 128}},
-    {u"lightcyan", {255, 224, 255, 255}},
-    {u"lightgoldenrodyellow", {255, 250, 250, 210}},
-    {u"lightgray", {255, 211, 211, 211}},
-    {u"lightgreen", {255, 144, 238, 144}},
-    {u"lightgrey", {255, 211, 211, 211}},
-    {u"lightpink", {255, 255, 182, 193}},
-    {u"lightsalmon", {255, 255, 160, 122}},
-    {u"lightseagreen", {255, 32, 178, 170}},
-    {u"lightskyblue", {255, 135, 206, 250}},
-    {u"lightslategray", {255, 119, 136, 153}},
-    {u"lightslategrey", {255, 119, 136, 153}},
-    {u"lightsteelblue", {255, 176, 196, 222}},
-    {u"lightyellow", {255, 255, 255, 224}},
-    {u"lime", {255, 0, 255, 0}},
-    {u"limegreen", {255, 50, 205, 50}},
-    {u"linen", {255, 250, 240, 230}},
-    {u"magenta", {255, 255, 0, 255}},
-    {u"maroon", {255, 128, 0, 0}},
-    {u"mediumaquamarine", {255, 102, 205, 170}},
-    {u"mediumblue", {255, 0, 0, 205}},
-    {u"mediumorchid", {255, 186, 85, 211}},
-    {u"mediumpurple", {255, 147, 112, 219}},
-    {u"mediumseagreen", {255, 60, 179, 113}},
-    {u"mediumslateblue", {255, 123, 104, 238}},
-    {u"mediumspringgreen", {255, 0, 250, 154}},
-    {u"mediumturquoise", {255, 72, 209, 204}},
-    {u"mediumvioletred", {255, 199, 21, 133}},
-    {u"midnightblue", {255, 25, 25, 112}},
-    {u"mintcream", {255, 245, 255, 250}},
-    {u"mistyrose", {255, 255, 228, 225}},
-    {u"moccasin", {255, 255, 228, 181}},
-    {u"navajowhite", {255, 255, 222, 173}},
-    {u"navy", {255, 0, 0, 128}},
-    {u"oldlace", {255, 253, 245, 230}},
-    {u"olive", {255, 128, 128, 0}},
-    {u"olivedrab", {255, 107, 142, 35}},
-    {u"orange", {255, 255, 165, 0}},
-    {u"orangered", {255, 255, 69, 0}},
-    {u"orchid", {255, 218, 112, 214}},
-    {u"palegoldenrod", {255, 238, 232, 170}},
-    {u"palegreen", {255, 152, 251, 152}},
-    {u"paleturquoise", {255, 175, 238, 238}},
-    {u"palevioletred", {255, 219, 112, 147}},
-    {u"papayawhip", {255, 255, 239, 213}},
-    {u"peachpuff", {255, 255, 218, 185}},
-    {u"peru", {255, 205, 133, 63}},
-    {u"pink", {255, 255, 192, 203}},
-    {u"plum", {255, 221, 160, 221}},
-    {u"powderblue", {255, 176, 224, 230}},
-    {u"purple", {255, 128, 0, 128}},
-    {u"red", {255, 255, 0, 0}},
-    {u"rosybrown", {255, 188, 143, 143}},
-    {u"royalblue", {255, 65, 105, 225}},
-    {u"saddlebrown", {255, 139, 69, 19}},
-    {u"salmon", {255, 250, 128, 114}},
-    {u"sandybrown", {255, 244, 164, 96}},
-    {u"seagreen", {255, 46, 139, 87}},
-    {u"seashell", {255, 255, 245, 238}},
-    {u"sienna", {255, 160, 82, 45}},
-    {u"silver", {255, 192, 192, 192}},
-    {u"skyblue", {255, 135, 206, 235}},
-    {u"slateblue", {255, 106, 90, 205}},
-    {u"slategray", {255, 112, 128, 144}},
-    {u"slategrey", {255, 112, 128, 144}},
-    {u"snow", {255, 255, 250, 250}},
-    {u"springgreen", {255, 0, 255, 127}},
-    {u"steelblue", {255, 70, 130, 180}},
-    {u"tan", {255, 210, 180, 140}},
-    {u"teal", {255, 0, 128, 128}},
-    {u"thistle", {255, 216, 191, 216}},
-    {u"tomato", {255, 255, 99, 71}},
-    {u"turquoise", {255, 64, 224, 208}},
-    {u"violet", {255, 238, 130, 238}},
-    {u"wheat", {255, 245, 222, 179}},
-    {u"white", {255, 255, 255, 255}},
-    {u"whitesmoke", {255, 245, 245, 245}},
-    {u"yellow", {255, 255, 255, 0}},
-    {u"yellowgreen", {255, 154, 205, 50}},
-};
 
 double OrOne(double value)
 {
@@ -293,14 +139,9 @@ int32_t ResolveColor(const SvgColor& value, double opacity, kvdrw::Color& color)
             color = kvdrw::Color{0, 0, 0, 0};
             return SUCCESS;
         }
-        const std::u16string_view name(value.text);
-        for (const NamedColor& entry : kNamedColors) {
-            if (entry.name == name) {
-                color = entry.color;
-                color.alpha = static_cast<uint8_t>(entry.color.alpha * opacity);
-                return SUCCESS;
-            }
-        }
+        uint8_t rgb[3];
+        if (LookupSvgColorName(value.text, rgb))
+            color = kvdrw::Color{static_cast<uint8_t>(255 * opacity), rgb[0], rgb[1], rgb[2]};
         return SUCCESS;
     }
     case SVG_COLOR_HEX: {

@@ -3,6 +3,8 @@
 #include "kvsvg/kvbase.h"
 #include "kvsvg/kvgeometry.h"
 #include "kvsvg/kvsvg.h"
+#include "kvsvg/kvsvg_filter.h"
+#include "kvsvg/kvvec.h"
 
 int kvsvg_c_header_check(void)
 {

@@ -12,3 +12,4 @@ int RunRender(int argc, char** argv);
 int RunRenderBatch(int argc, char** argv);
 int RunBounds(int argc, char** argv);
 int RunFlatten(int argc, char** argv);
+int RunFilterLoad(int argc, char** argv);

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr const char* kUsage = "flatten IN OUT [--text-only] [--width W] [--height H] [--strict]";
+constexpr const char* kUsage = "flatten IN OUT [--text-only] [--width W] [--height H] [--strict] [--allow-any-file]";
 
 // A size in pixels; false for anything that is not a plain number.
 bool ParseSize(const char* text, double& size)
@@ -27,12 +27,15 @@ int RunFlatten(int argc, char** argv)
     std::vector<const char*> files;
     K_SvgFlatOptions flat{kSvgFlatOptionsSize, 0.0, 0.0, 0};
     bool strict = false;
+    bool allowAnyFile = false;
     for (int i = 0; i < argc; ++i) {
         std::string_view arg = argv[i];
         if (arg == "--text-only") {
             flat.uFlags |= SVG_FLAT_TEXT_ONLY;
         } else if (arg == "--strict") {
             strict = true;
+        } else if (arg == "--allow-any-file") {
+            allowAnyFile = true;
         } else if ((arg == "--width" || arg == "--height") && i + 1 < argc) {
             double& size = arg == "--width" ? flat.dWidth : flat.dHeight;
             if (!ParseSize(argv[++i], size))
@@ -50,6 +53,7 @@ int RunFlatten(int argc, char** argv)
     Owned source;
     if (int32_t status = K_SvgLoadDocument(Wide(files[0]).c_str(), &source.handle, &load); status != SUCCESS)
         return Fail("load", status);
+    ToolImagePolicy(source.handle, files[0], allowAnyFile, flat);
     Owned result;
     if (int32_t status = K_SvgFlatDocument(source.handle, &result.handle, &flat); status != SUCCESS)
         return Fail("flatten", status);

@@ -20,7 +20,8 @@ const Command kCommands[] = {
      "IN OUT.png [options]  flattens unless flat, then draws to PNG at the drawing's size\n"
      "      --width W --height H  pixel size (one keeps the aspect ratio)  --zoom Z  scale\n"
      "      --background COLOR|none  (#rrggbb, #rgb, white, black; default none)  --dpi N\n"
-     "      --strict  the library's own value syntax instead of the standard-syntax rewrite"},
+     "      --strict  the library's own value syntax instead of the standard-syntax rewrite\n"
+     "      --allow-any-file  open image files anywhere (default: the document's folder and below)"},
     {"render-batch", RunRenderBatch,
      "LIST [options]  renders each IN<TAB>OUT line of LIST, printing ok or fail per file"},
     {"bounds", RunBounds, "FILE [XPATH]      the drawing's bounds, or each selected element's (flat form)"},
@@ -33,8 +34,14 @@ const Command kCommands[] = {
     {"ids", RunIds, "IN OUT                gives every element without an id one (ID1, ID2, ...)"},
     {"flatten", RunFlatten,
      "IN OUT [options]  the flat form: transforms baked, style cascaded\n"
-     "      --text-only  keep text only  --width W --height H  target size in pixels  --strict  own value syntax"},
-    {"selftest-draw", RunSelftestDraw, "OUT.png     draws a fixed test scene through the bitmap engine"},
+     "      --text-only  keep text only  --width W --height H  target size in pixels  --strict  own value syntax\n"
+     "      --allow-any-file  open image files anywhere (default: the document's folder and below)"},
+    {"selftest-draw", RunSelftestDraw,
+     "OUT  draws a fixed test scene: OUT.png through the bitmap engine, OUT.svg or OUT.svgz recorded as SVG"},
+    {"filter-load", RunFilterLoad,
+     "IN OUT.png|OUT.svg [options]  the codec plug-in as a host drives it: fltInfo, fltLoad, rows to PNG\n"
+     "      --width W --height H  target size (default 640 x the drawing's height)  --bits 8|24|32  --rgb\n"
+     "      OUT.svg: the vector road and fltSave (needs the vector library)"},
 };
 
 void Usage(std::FILE* out)

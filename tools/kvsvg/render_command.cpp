@@ -28,6 +28,8 @@ struct RenderSettings {
     uint32_t backColor = 0xFFFFFF;  // 0x00BBGGRR
     double dpi = 0.0;
     bool strict = false;
+    // Image files outside the document's folder are opened too.
+    bool allowAnyFile = false;
 };
 
 // A failure as a short reason for batch lines: what failed and the status name.
@@ -89,6 +91,10 @@ int32_t LoadFlat(const char* path, const RenderSettings& settings, Owned& flat, 
         return SUCCESS;
     }
     K_SvgFlatOptions options{kSvgFlatOptionsSize, settings.width, settings.height, 0};
+    ToolImagePolicy(document.handle, path, settings.allowAnyFile, options);
+    // Patterns become tiles clipped to their shapes, which every engine draws.
+    if (!settings.strict)
+        options.uFlags |= SVG_FLAT_EXPAND_PATTERNS;
     if (int32_t status = K_SvgFlatDocument(document.handle, &flat.handle, &options); status != SUCCESS) {
         failure = {"flatten", status};
         return status;
@@ -183,6 +189,10 @@ bool ParseRenderOption(int argc, char** argv, int& i, RenderSettings& settings)
 {
     std::string_view arg = argv[i];
     const bool hasValue = i + 1 < argc;
+    if (arg == "--allow-any-file") {
+        settings.allowAnyFile = true;
+        return true;
+    }
     if (arg == "--strict") {
         settings.strict = true;
         return true;
@@ -204,9 +214,9 @@ bool ParseRenderOption(int argc, char** argv, int& i, RenderSettings& settings)
 }
 
 constexpr const char* kRenderUsage =
-    "render IN OUT.png [--width W] [--height H] [--zoom Z] [--background COLOR|none] [--dpi N] [--strict]";
+    "render IN OUT.png [--width W] [--height H] [--zoom Z] [--background COLOR|none] [--dpi N] [--strict] [--allow-any-file]";
 constexpr const char* kBatchUsage =
-    "render-batch LIST [--width W] [--height H] [--zoom Z] [--background COLOR|none] [--dpi N] [--strict]";
+    "render-batch LIST [--width W] [--height H] [--zoom Z] [--background COLOR|none] [--dpi N] [--strict] [--allow-any-file]";
 
 }  // namespace
 

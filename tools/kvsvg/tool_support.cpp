@@ -3,6 +3,7 @@
 #include "tool_support.h"
 
 #include <cstdio>
+#include <filesystem>
 
 
 const char* StatusName(int32_t status)
@@ -128,4 +129,14 @@ SvgLoadOptions ToolLoadOptions(bool strict)
 {
     SvgLoadOptions options{kSvgLoadOptionsSize, strict ? 0u : SVG_LOAD_NORMALIZE, 0};
     return options;
+}
+
+void ToolImagePolicy(SvgHandle document, const char* documentPath, bool allowAnyFile, K_SvgFlatOptions& options)
+{
+    std::error_code error;
+    std::filesystem::path folder = std::filesystem::absolute(documentPath, error).parent_path();
+    if (!error)
+        K_SvgSetBaseFolder(document, Wide(folder.string().c_str()).c_str());
+    if (!allowAnyFile)
+        options.uFlags |= SVG_FLAT_FILES_IN_BASE_FOLDER;
 }

@@ -19,6 +19,9 @@ std::string Attribute(SvgHandle node, const char16_t* name);
 // Load options of the commands that draw, measure or flatten: the
 // standard-syntax rewrite unless --strict asked for the library's own
 // value syntax.
+// Image files of a document opened by the tool are found next to it; unless
+// `allowAnyFile`, only files in its folder and below are opened at all.
+void ToolImagePolicy(SvgHandle document, const char* documentPath, bool allowAnyFile, K_SvgFlatOptions& options);
 SvgLoadOptions ToolLoadOptions(bool strict);
 
 // Prints "kvsvg: WHAT failed: STATUS_NAME (code)" and gives exit code 1.
