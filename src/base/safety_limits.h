@@ -97,4 +97,18 @@ constexpr size_t kMaxLegacyEntityExpansion = size_t(8) << 20;
 // recursion that measures them. ERROR_MAX_ELEMENTS.
 constexpr size_t kMaxLegacyEntityNesting = 64;
 
+// Decoded images: a picture may not claim more pixels than its bytes can
+// describe, so that decoding cost follows the size of the input and a tiny
+// header cannot make the loader fill a huge bitmap. Deflate turns one byte
+// into at most 1032 (PNG rows); LZW turns a 12-bit code into at most 4096
+// pixels, under 2731 a byte (GIF frames, and the logical screen they are
+// drawn on). JPEG has no hard ceiling (end-of-band runs and arithmetic
+// coding describe blank areas almost for free), so 1024 pixels a byte is
+// chosen: twice what any Huffman-coded picture with ordinary sampling
+// reaches, blank progressive ones included. ERROR_FILE_READ, as for a file
+// cut short.
+constexpr uint64_t kMaxPngInflateRatio = 1032;
+constexpr uint64_t kMaxGifPixelsPerByte = 2731;
+constexpr uint64_t kMaxJpegPixelsPerByte = 1024;
+
 }  // namespace kvlimits

@@ -48,6 +48,19 @@ bool IsWithinPixelLimit(uint64_t width, uint64_t height)
            width * height <= KV_BITMAP_MAX_PIXELS;
 }
 
+bool CanDataHoldPixels(uint64_t width, uint64_t height, size_t size, uint64_t pixelsPerByte)
+{
+    // Both sides stay far below 2^64: width * height is within the pixel
+    // limit by now, and size * pixelsPerByte is checked against overflow.
+    constexpr uint64_t kAllowancePixels = 4096;
+    uint64_t pixels = width * height;
+    if (pixels <= kAllowancePixels)
+        return true;
+    if (size > (UINT64_MAX - kAllowancePixels) / pixelsPerByte)
+        return true;
+    return pixels <= static_cast<uint64_t>(size) * pixelsPerByte + kAllowancePixels;
+}
+
 int32_t DetectImageFormat(const void* data, size_t size)
 {
     static const uint8_t kPng[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A};

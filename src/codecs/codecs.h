@@ -7,7 +7,9 @@
 //   ERROR_INV_PARAMETER  null data, unknown depth or colour order
 //   ERROR_FILE_OPEN      the file cannot be opened
 //   ERROR_FILE_FORMAT    not a PNG, JPEG or GIF, or data that breaks the format
-//   ERROR_FILE_READ      the data ends before the image does (a cut file)
+//   ERROR_FILE_READ      the data ends before the image does (a cut file),
+//                        or is far too short for the size its header states
+//                        (see kvlimits, refused before anything is allocated)
 //   ERROR_NO_MEMORY      memory ran out, or the image has more pixels than
 //                        KV_BITMAP_MAX_PIXELS (refused before decoding)
 #pragma once

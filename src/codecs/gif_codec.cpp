@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/bitmap.h"
+#include "base/safety_limits.h"
 #include "base/tracked_memory.h"
 #include "codecs/image_decoders.h"
 
@@ -126,6 +127,14 @@ int32_t DecodeGif(const uint8_t* data, size_t size, uint32_t order, KvBitmap& bi
     int32_t height = gif->SHeight > 0 ? gif->SHeight : frame.Height;
     if (!IsWithinPixelLimit(static_cast<uint64_t>(width), static_cast<uint64_t>(height)))
         return ERROR_NO_MEMORY;
+    // Neither the frame nor the screen it is drawn on may be larger than the
+    // file's LZW data could paint: a screen of millions of pixels around a
+    // frame of two would cost a full bitmap fill for a few bytes of input.
+    if (!CanDataHoldPixels(static_cast<uint64_t>(frame.Width), static_cast<uint64_t>(frame.Height), size,
+                           kvlimits::kMaxGifPixelsPerByte) ||
+        !CanDataHoldPixels(static_cast<uint64_t>(width), static_cast<uint64_t>(height), size,
+                           kvlimits::kMaxGifPixelsPerByte))
+        return ERROR_FILE_READ;
 
     int colourCount = std::min(colours->ColorCount, 256);
     bool transparent = transparentIndex >= 0 && transparentIndex < colourCount;

@@ -22,3 +22,8 @@ int32_t EncodePng(const KvBitmap& bitmap, void** block, size_t* size);
 int32_t DefaultLoadResolution(bool horizontal);
 // Pixel count check shared by the decoders, before anything is allocated.
 bool IsWithinPixelLimit(uint64_t width, uint64_t height);
+// Whether `size` bytes can describe width x height pixels at the given
+// number of pixels a byte (a codec's most compact encoding), so that a
+// header promising far more than its data holds is refused before anything
+// is allocated. A small allowance covers pictures of a few pixels.
+bool CanDataHoldPixels(uint64_t width, uint64_t height, size_t size, uint64_t pixelsPerByte);

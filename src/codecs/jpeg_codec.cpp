@@ -7,6 +7,7 @@
 #include <jpeglib.h>
 
 #include "base/bitmap.h"
+#include "base/safety_limits.h"
 #include "base/tracked_memory.h"
 #include "codecs/image_decoders.h"
 
@@ -114,6 +115,10 @@ int32_t StartJpeg(JpegDecompressor& decompressor, const uint8_t* data, size_t si
     layout.height = info.image_height;
     if (!IsWithinPixelLimit(layout.width, layout.height))
         return ERROR_NO_MEMORY;
+    // Decoding starts by sizing whole-image buffers from the header, so a
+    // size the data cannot back is refused here.
+    if (!CanDataHoldPixels(layout.width, layout.height, size, kvlimits::kMaxJpegPixelsPerByte))
+        return ERROR_FILE_READ;
     switch (info.jpeg_color_space) {
     case JCS_GRAYSCALE:
         info.out_color_space = JCS_GRAYSCALE;

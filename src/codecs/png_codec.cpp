@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "base/bitmap.h"
+#include "base/safety_limits.h"
 #include "base/tracked_memory.h"
 #include "codecs/image_decoders.h"
 
@@ -94,6 +95,13 @@ int32_t ReadPngHeader(PngReader& reader, PngMemorySource& source, uint32_t order
     layout.height = height;
     if (!IsWithinPixelLimit(width, height))
         return ERROR_NO_MEMORY;
+    // The rows are deflated; the file's own bits of each pixel, inflated at
+    // the best ratio deflate has, must fit in the whole file. Counting in
+    // pixels a byte keeps one check for every depth and channel count.
+    uint64_t fileBitsPerPixel = static_cast<uint64_t>(png_get_channels(png, info)) * static_cast<uint64_t>(bitDepth);
+    if (fileBitsPerPixel == 0 ||
+        !CanDataHoldPixels(width, height, source.size, kvlimits::kMaxPngInflateRatio * 8 / fileBitsPerPixel))
+        return ERROR_FILE_READ;
     bool transparentColour = png_get_valid(png, info, PNG_INFO_tRNS) != 0;
     bool paletted = colourType == PNG_COLOR_TYPE_PALETTE;
     bool plainGrey = colourType == PNG_COLOR_TYPE_GRAY;

@@ -1,8 +1,10 @@
 #include "document/svg_document_handler.h"
 #include "document/svg_normalizer.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -36,6 +38,49 @@ int32_t ReadRootVersion(pugi::xml_node root, uint32_t& version)
     version = value == 1.0 ? 1 : value == 1.1 ? 2 : 0;
     return SUCCESS;
 }
+
+// pugixml does not check that the attribute names of an element are unique,
+// but XML requires it, and every reader here sees only the first of a name:
+// an edit that removed that one would bring the next to light, and a saved
+// document would no longer read as it did. Repeats are found in one walk of
+// the tree (pugixml's traversal keeps no call stack); sorting the names
+// keeps an element with thousands of attributes linear-logarithmic. With
+// dropRepeats the later ones go, as a tolerant load keeps what parsed well.
+class RepeatedAttributeWalker : public pugi::xml_tree_walker {
+public:
+    explicit RepeatedAttributeWalker(bool dropRepeats) : dropRepeats_(dropRepeats) {}
+    bool found() const { return found_; }
+
+    bool for_each(pugi::xml_node& node) override
+    {
+        if (node.type() != pugi::node_element || !node.first_attribute() ||
+            !node.first_attribute().next_attribute())
+            return true;
+        names_.clear();
+        for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+             attribute = attribute.next_attribute())
+            names_.push_back(attribute);
+        std::stable_sort(names_.begin(), names_.end(), [](pugi::xml_attribute a, pugi::xml_attribute b) {
+            return std::strcmp(a.name(), b.name()) < 0;
+        });
+        for (size_t i = 1; i < names_.size(); ++i) {
+            if (std::strcmp(names_[i - 1].name(), names_[i].name()) != 0)
+                continue;
+            found_ = true;
+            if (!dropRepeats_)
+                return false;
+            // Stable order puts the first of a name ahead of its repeats.
+            node.remove_attribute(names_[i]);
+            names_[i] = names_[i - 1];
+        }
+        return true;
+    }
+
+private:
+    bool dropRepeats_;
+    bool found_ = false;
+    std::vector<pugi::xml_attribute> names_;
+};
 
 bool IsTolerableParseError(pugi::xml_parse_status status)
 {
@@ -256,6 +301,15 @@ int32_t SvgDocumentHandler::ParseDocumentBuffer(const void* data, size_t size, c
                         IsTolerableParseError(result.status);
         if (!tolerate)
             return ERROR_FILE_OPEN;
+    }
+    bool tolerant = options && (options->flags & SVG_LOAD_TOLERATE_XML_ERRORS);
+    try {
+        RepeatedAttributeWalker repeats(tolerant);
+        tree_.traverse(repeats);
+        if (repeats.found() && !tolerant)
+            return ERROR_FILE_OPEN;
+    } catch (const std::bad_alloc&) {
+        return ERROR_NO_MEMORY;
     }
     if (keepWhiteSpace)
         DropLayoutWhiteSpace(tree_);

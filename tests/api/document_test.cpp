@@ -128,6 +128,8 @@ TEST(DocumentLoad, FailuresGiveTheirExactStatus)
         {"version not a number", "<svg version=\"one\"/>", ERROR_INV_NUMBER},
         {"bounds with three numbers", "<svg Bounds=\"1, 2, 3\"/>", ERROR_INV_PARAMETER},
         {"truncated file", "<svg width=\"1", ERROR_FILE_OPEN},
+        {"attribute repeated on the root", "<svg Bounds=\"5 0 10 10\" Bounds=\"false\"/>", ERROR_FILE_OPEN},
+        {"attribute repeated deep down", "<svg><g><rect x=\"1\" y=\"2\" x=\"3\"/></g></svg>", ERROR_FILE_OPEN},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -182,6 +184,20 @@ TEST(DocumentLoad, ToleratedXmlErrorsKeepWhatWasParsed)
     Handle lenient;
     ASSERT_EQ(LoadText(cut, lenient, &tolerate), SUCCESS);
     EXPECT_EQ(SaveRaw(lenient), "<svg><rect width=\"5\"/><g><circle r=\"2\"/></g></svg>");
+}
+
+// Readers see the first of a repeated name; the tolerant load keeps only
+// that one, so that removing it cannot bring a second, unchecked value to
+// light (a repeated Bounds used to make a saved document unloadable).
+TEST(DocumentLoad, ToleratedRepeatedAttributesKeepTheFirst)
+{
+    SvgLoadOptions tolerate{kSvgLoadOptionsSize, SVG_LOAD_TOLERATE_XML_ERRORS, 0};
+    Handle document;
+    ASSERT_EQ(LoadText("<svg Bounds=\"5 0 10 10\" a=\"1\" Bounds=\"false\" a=\"2\" b=\"3\" a=\"4\">"
+                       "<rect x=\"1\" x=\"2\"/></svg>",
+                       document, &tolerate),
+              SUCCESS);
+    EXPECT_EQ(SaveRaw(document), "<svg Bounds=\"5 0 10 10\" a=\"1\" b=\"3\"><rect x=\"1\"/></svg>");
 }
 
 TEST(DocumentLoad, DropFlagsRemoveOnlyWhatTheyName)

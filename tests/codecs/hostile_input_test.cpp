@@ -212,3 +212,103 @@ TEST(HostileImages, FailedAllocationsGiveNoMemoryAndLeaveNothing)
     }
     EXPECT_TRUE(saved);
 }
+
+namespace {
+
+std::string EncodeBlankPng(int32_t width, int32_t height, uint32_t bitsPerPixel)
+{
+    OwnedBitmap blank;
+    if (InitBitmap(blank.bitmap, kKvBitmapSize, width, height, bitsPerPixel, KV_ORDER_BGR) != SUCCESS ||
+        AllocateBitmap(blank.bitmap) != SUCCESS)
+        return {};
+    void* block = nullptr;
+    size_t size = 0;
+    if (CodecSavePngMemory(blank.bitmap, 0, &block, &size) != SUCCESS)
+        return {};
+    std::string bytes(static_cast<const char*>(block), size);
+    KV_FREE(block);
+    return bytes;
+}
+
+void PutLittleEndian16(std::string& bytes, size_t offset, uint16_t value)
+{
+    bytes[offset] = static_cast<char>(value & 0xFF);
+    bytes[offset + 1] = static_cast<char>(value >> 8);
+}
+
+}  // namespace
+
+// A header may state any size within the pixel limit, but decoding must cost
+// what the file holds: a few dozen bytes that claim hundreds of megapixels
+// are refused before a bitmap is made for them.
+TEST(HostileImages, RefusesSizesFarBeyondWhatTheDataHolds)
+{
+    // The held-out finding: a 2051 x 62451 logical screen around a 1 x 2
+    // frame, which used to fill 128 Mpixels for a file of under 80 bytes.
+    std::string tallScreen = MakeGif(1, 2, -1, false);
+    PutLittleEndian16(tallScreen, 6, 2051);
+    PutLittleEndian16(tallScreen, 8, 62451);
+    std::string tallScreenTransparent = MakeGif(1, 2, 0, false);
+    PutLittleEndian16(tallScreenTransparent, 6, 2051);
+    PutLittleEndian16(tallScreenTransparent, 8, 62451);
+
+    // A 1 x 1 screen whose frame claims 8000 x 8000.
+    std::string bigFrame = MakeGif(4, 4, -1, false);
+    PutLittleEndian16(bigFrame, 6, 1);
+    PutLittleEndian16(bigFrame, 8, 1);
+    ASSERT_EQ(bigFrame[25], ',');
+    PutLittleEndian16(bigFrame, 30, 8000);
+    PutLittleEndian16(bigFrame, 32, 8000);
+
+    std::string jpeg = MakeJpeg(16, 8, false);
+    size_t frame = jpeg.find("\xFF\xC0", 0, 2);
+    ASSERT_NE(frame, std::string::npos);
+    std::string bigJpeg = jpeg;
+    bigJpeg[frame + 5] = bigJpeg[frame + 7] = '\x3E';
+    bigJpeg[frame + 6] = bigJpeg[frame + 8] = '\x80';  // 16000 x 16000
+
+    const struct { const char* name; std::string bytes; } cases[] = {
+        {"gif screen 2051 x 62451 around 1 x 2", tallScreen},
+        {"the same with a transparent colour (32 bits)", tallScreenTransparent},
+        {"gif frame 8000 x 8000", bigFrame},
+        {"png 16000 x 16000 in one row of data", PngClaimingSize(16000, 16000)},
+        {"png 100000 x 2000", PngClaimingSize(100000, 2000)},
+        {"jpeg 16000 x 16000", bigJpeg},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_LT(c.bytes.size(), 1000u);
+        size_t before = TrackedLiveBytes();
+        EXPECT_EQ(Load(c.bytes, c.bytes.size()), ERROR_FILE_READ);
+        EXPECT_EQ(TrackedLiveBytes(), before);
+    }
+}
+
+// The check must never refuse a real picture: blank ones compress best, and
+// they load at the sizes their headers state.
+TEST(HostileImages, BlankPicturesThatCompressWellStillLoad)
+{
+    const struct { const char* name; int32_t width, height; uint32_t bits; } blanks[] = {
+        {"1 bit", 4000, 3000, 1},
+        {"8 bits", 3000, 2000, 8},
+        {"24 bits", 2000, 2000, 24},
+        {"32 bits", 1500, 1500, 32},
+    };
+    for (const auto& blank : blanks) {
+        SCOPED_TRACE(blank.name);
+        std::string png = EncodeBlankPng(blank.width, blank.height, blank.bits);
+        ASSERT_FALSE(png.empty());
+        OwnedBitmap loaded;
+        ASSERT_EQ(CodecLoadMemory(png.data(), png.size(), loaded.bitmap, 0, KV_ORDER_BGR), SUCCESS);
+        EXPECT_EQ(loaded.bitmap.width, blank.width);
+        EXPECT_EQ(loaded.bitmap.height, blank.height);
+    }
+    // A wide GIF screen is fine while the data could cover it.
+    std::string gif = MakeGif(64, 64, -1, false);
+    PutLittleEndian16(gif, 6, 200);
+    PutLittleEndian16(gif, 8, 100);
+    OwnedBitmap loaded;
+    ASSERT_EQ(CodecLoadMemory(gif.data(), gif.size(), loaded.bitmap, 0, KV_ORDER_BGR), SUCCESS);
+    EXPECT_EQ(loaded.bitmap.width, 200);
+    EXPECT_EQ(loaded.bitmap.height, 100);
+}
