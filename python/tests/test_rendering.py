@@ -77,7 +77,8 @@ def test_flatten_gives_a_flat_document_whose_elements_have_bounds(badge_path):
         with badge.flatten() as flat:
             assert flat.is_flat
             assert [element.name for element in flat.root.children] == [
-                "linearGradient", "clipPath", "rect", "circle", "path", "polyline"]
+                "linearGradient", "clipPath", "rect", "circle", "path", "text", "text", "text", "text",
+                "polyline"]
             circle = flat.select_one("//circle")
             assert dict(circle.attrs) == {"cx": "40", "cy": "60", "r": "26", "clip-path": "url(#card)",
                                           "fill": "#f6e05e", "stroke": "#975a16", "stroke-width": "3"}
@@ -86,6 +87,7 @@ def test_flatten_gives_a_flat_document_whose_elements_have_bounds(badge_path):
             assert png_size(flat.render(width=120)) == (120, 60)
         with badge.flatten(text_only=True) as text:
             assert text.select("//circle") == []
+            assert len(text.select("//text")) == 4
     with kvsvg.Document.load(b'<svg xmlns="http://www.w3.org/2000/svg" width="50%" height="50%">'
                              b'<rect width="10" height="10"/></svg>') as relative:
         with relative.flatten(width=200, height=100) as flat:

@@ -203,7 +203,7 @@ TEST(LoadDiagnosis, RunningOutOfMemorySaysSoInsteadOfBlamingTheData)
         ASSERT_EQ(status, SUCCESS);
         EXPECT_EQ(diagnosis.kind, SVG_DIAGNOSIS_NOT_XML);
         EXPECT_EQ(diagnosis.line, 2u);
-        EXPECT_EQ(diagnosis.column, 7u);
+        EXPECT_EQ(diagnosis.column, 6u);
     }
     EXPECT_TRUE(sawNoMemory);
 }
