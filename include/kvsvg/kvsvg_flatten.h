@@ -48,7 +48,10 @@ typedef struct K_SvgFlatOptions {
  * (*flat is null on failure). options may be null, and is copied whole.
  * A document without an svg root gives SUCCESS and an empty document that
  * is not marked flat. Nesting deeper than the library's depth limit gives
- * ERROR_MAX_ELEMENTS. */
+ * ERROR_MAX_ELEMENTS. The flat document takes document's element limit
+ * (K_SvgSetMaximumElements) and flattening
+ * gives ERROR_MAX_ELEMENTS when the flat form would pass it: a caller that
+ * bounds what a file may hold bounds what its uses and patterns expand to. */
 KVSVG_API int32_t K_SvgFlatDocument(SvgHandle document, SvgHandle* flat, const K_SvgFlatOptions* options);
 
 /* Sets the folder against which relative image hrefs of document are

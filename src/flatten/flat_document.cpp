@@ -15,6 +15,10 @@ int32_t FlattenDocument(SvgDocumentHandler& source, const K_SvgFlatOptions* opti
     if (int32_t status = document.CreateEmpty(0); status != SUCCESS)
         return status;
     document.SetExactNumbers(source.exactNumbers());
+    // A caller that bounds what a file may hold bounds its flat form too:
+    // uses, patterns and text runs multiply elements, and a small file can
+    // otherwise ask for a million of them.
+    document.SetMaximumElements(source.maximumElements());
     if (int32_t status = flattener.Run(source, document); status != SUCCESS)
         return status;
     *flat = ToHandle(target.release());

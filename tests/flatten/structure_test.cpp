@@ -124,6 +124,36 @@ TEST(Structure, HostileUseGraphsEndQuickly)
     }
 }
 
+TEST(Structure, TheSourcesElementLimitBoundsItsFlatForm)
+{
+    // Four levels of ten uses: 1,404 elements from a file of 1 KB.
+    std::string svg = R"~(<svg width="10" height="10"><defs><rect id="l0" width="1" height="1"/>)~";
+    for (int level = 1; level <= 4; ++level) {
+        svg += "<g id=\"l" + std::to_string(level) + "\">";
+        for (int i = 0; i < 10; ++i)
+            svg += "<use href=\"#l" + std::to_string(level - 1) + "\"/>";
+        svg += "</g>";
+    }
+    svg += R"~(</defs><use href="#l4"/></svg>)~";
+    auto flatten = [&](uint32_t limit, uint32_t* flatLimit) {
+        SvgHandle document = nullptr, flat = nullptr;
+        EXPECT_EQ(K_SvgLoadDocumentMemory(svg.data(), svg.size(), &document, nullptr), SUCCESS);
+        EXPECT_EQ(K_SvgSetMaximumElements(document, limit), SUCCESS);
+        const int32_t status = K_SvgFlatDocument(document, &flat, nullptr);
+        if (flat)
+            *flatLimit = K_SvgGetMaximumElements(flat);
+        K_SvgFreeNode(flat);
+        K_SvgFreeNode(document);
+        return status;
+    };
+    uint32_t flatLimit = 0;
+    EXPECT_EQ(flatten(0, &flatLimit), SUCCESS);
+    EXPECT_EQ(flatLimit, 0u);
+    EXPECT_EQ(flatten(500, &flatLimit), ERROR_MAX_ELEMENTS);
+    EXPECT_EQ(flatten(20000, &flatLimit), SUCCESS);
+    EXPECT_EQ(flatLimit, 20000u);  // later edits of the flat form stay bounded as well
+}
+
 TEST(Structure, ManyUsesOfOneSymbolStayWithinTheBudget)
 {
     std::string svg = R"~(<svg width="100" height="100"><symbol id="s" viewBox="0 0 1 1">)~"
