@@ -567,6 +567,58 @@ bool RewritePathData(const char* text, std::string& out, bool* changed)
     return true;
 }
 
+// A length in user units, with or without "px"; false for anything else
+// (units, percentages, keywords), which stays as written.
+bool PlainLength(const char* text, double& value)
+{
+    std::string_view view = Trim(text);
+    if (view.ends_with("px"))
+        view.remove_suffix(2);
+    if (view.empty())
+        return false;
+    const std::string copy(view);
+    char* end = nullptr;
+    value = std::strtod(copy.c_str(), &end);
+    return end == copy.c_str() + copy.size() && std::isfinite(value);
+}
+
+bool HasRadius(pugi::xml_attribute radius)
+{
+    return radius && !Trim(radius.value()).empty() && Trim(radius.value()) != "auto";
+}
+
+// Standard rect corners: a radius given on one axis serves both, and each is
+// held to half its side. The library's rect reads an unset radius as 0 and
+// never clamps, which squares the corners of such rects.
+int32_t NormalizeRectCorners(pugi::xml_node rect)
+{
+    pugi::xml_attribute rx = rect.attribute("rx"), ry = rect.attribute("ry");
+    const bool hasX = HasRadius(rx), hasY = HasRadius(ry);
+    if (hasX != hasY) {
+        pugi::xml_attribute given = hasX ? rx : ry;
+        pugi::xml_attribute& missing = hasX ? ry : rx;
+        if (!missing)
+            missing = rect.insert_attribute_after(hasX ? "ry" : "rx", given);
+        if (!missing || !missing.set_value(given.value()))
+            return ERROR_NO_MEMORY;
+    }
+    struct {
+        pugi::xml_attribute radius;
+        const char* side;
+    } axes[] = {{rx, "width"}, {ry, "height"}};
+    for (auto& axis : axes) {
+        double radius = 0, side = 0;
+        if (!axis.radius || !PlainLength(axis.radius.value(), radius) ||
+            !PlainLength(rect.attribute(axis.side).value(), side) || side < 0 || radius <= side / 2)
+            continue;
+        std::string text;
+        AppendNumber(text, side / 2);
+        if (!axis.radius.set_value(text.c_str()))
+            return ERROR_NO_MEMORY;
+    }
+    return SUCCESS;
+}
+
 int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
 {
     try {
@@ -590,6 +642,10 @@ int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
                     if (changed && !d.set_value(rewritten.c_str()))
                         return ERROR_NO_MEMORY;
                 }
+            }
+            if (name == "rect") {
+                if (int32_t status = NormalizeRectCorners(node); status != SUCCESS)
+                    return status;
             }
             if (pugi::xml_attribute style = node.attribute("style")) {
                 if (int32_t status = NormalizeStyleAttribute(node, style); status != SUCCESS)

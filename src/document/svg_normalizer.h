@@ -15,7 +15,9 @@
 // - lists in style declarations (stroke-dasharray) get commas between their
 //   values, since the style parser drops blanks;
 // - color, clip-rule and mask, which the style parser leaves to the
-//   attribute readers, move out of style into attributes of their own.
+//   attribute readers, move out of style into attributes of their own;
+// - a rect with only one corner radius gets the other, and radii in user
+//   units are held to half the rect's side.
 #pragma once
 
 #include <cstdint>

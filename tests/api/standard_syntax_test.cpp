@@ -117,6 +117,33 @@ TEST(StandardSyntax, SheetsCascadeBetweenAttributesAndInlineStyle)
               "(none)");
 }
 
+TEST(StandardSyntax, RectCornersAsStandardSvgDrawsThem)
+{
+    const struct {
+        const char* rect;
+        const char* rx;
+        const char* ry;
+    } cases[] = {
+        {R"(<rect width="80" height="40" rx="15"/>)", "15", "15"},
+        {R"(<rect width="80" height="40" ry="6px"/>)", "6px", "6px"},
+        {R"(<rect width="80" height="40" rx="30"/>)", "30", "20"},  // each held to half its side
+        {R"(<rect width="80" height="40" rx="50" ry="5"/>)", "40", "5"},
+        {R"(<rect width="80" height="40" rx="2mm"/>)", "2mm", "2mm"},  // units are not compared
+        {R"(<rect width="50%" height="40" rx="30"/>)", "30", "20"},
+        {R"(<rect width="80" height="40" rx="auto" ry="4"/>)", "4", "4"},
+        {R"(<rect width="80" height="40"/>)", "(none)", "(none)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.rect);
+        EXPECT_EQ(AttributeAfterLoad(Svg(c.rect), u"//*[local-name()='rect']", u"rx"), c.rx);
+        EXPECT_EQ(AttributeAfterLoad(Svg(c.rect), u"//*[local-name()='rect']", u"ry"), c.ry);
+    }
+    // The library's own syntax keeps the rect as written: an unset radius is 0.
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"(<rect width="8" height="4" rx="1"/>)"), u"//*[local-name()='rect']",
+                                 u"ry", 0),
+              "(none)");
+}
+
 TEST(StandardSyntax, HostileSheetsEndQuickly)
 {
     std::string many = "<style>";
@@ -155,8 +182,9 @@ TEST(StandardSyntax, NumbersWrittenFromSuchDocumentsKeepTheirExponent)
         SvgHandle document = nullptr, copy = nullptr, flat = nullptr, node = nullptr;
         std::string result = "(none)";
         EXPECT_EQ(K_SvgLoadDocumentMemory(svg.data(), svg.size(), &document, &options), SUCCESS);
-        if (copyFirst)
+        if (copyFirst) {
             EXPECT_EQ(K_SvgCopyDocument(document, &copy), SUCCESS);
+        }
         EXPECT_EQ(K_SvgFlatDocument(copyFirst ? copy : document, &flat, nullptr), SUCCESS);
         if (K_SvgSelectSingleNode(flat, query, &node) == SUCCESS && node) {
             KvChar* value = nullptr;
