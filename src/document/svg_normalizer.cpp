@@ -619,6 +619,51 @@ int32_t NormalizeRectCorners(pugi::xml_node rect)
     return SUCCESS;
 }
 
+// Whether a language list ("en-US, fr") names the language the rewrite
+// renders for: English, matched by its primary tag.
+bool MatchesLanguage(std::string_view list)
+{
+    for (std::string_view tag : SplitTop(list, ',')) {
+        tag = Trim(tag);
+        if (tag.size() >= 2 && (tag[0] | 0x20) == 'e' && (tag[1] | 0x20) == 'n' && (tag.size() == 2 || tag[2] == '-'))
+            return true;
+    }
+    return false;
+}
+
+// The conditional tests of a switch branch: no extension is supported, every
+// feature string is (as current viewers answer), the language must match.
+bool PassesTests(pugi::xml_node element)
+{
+    if (element.attribute("requiredExtensions"))
+        return false;
+    if (pugi::xml_attribute language = element.attribute("systemLanguage"))
+        return MatchesLanguage(language.value());
+    return true;
+}
+
+// A switch renders its first branch whose tests pass, and nothing else. The
+// library drops a switch with all its branches, so the rewrite turns it into
+// a group (its own attributes kept) holding that one branch.
+int32_t ResolveSwitch(pugi::xml_node node)
+{
+    pugi::xml_node chosen;
+    for (pugi::xml_node child = node.first_child(); child && !chosen; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element && PassesTests(child))
+            chosen = child;
+    }
+    for (pugi::xml_node child = node.first_child(); child;) {
+        pugi::xml_node next = child.next_sibling();
+        if (child != chosen)
+            node.remove_child(child);
+        child = next;
+    }
+    const std::string_view name = node.name();
+    const size_t colon = name.find(':');
+    const std::string group = colon == std::string_view::npos ? "g" : std::string(name.substr(0, colon + 1)) + "g";
+    return node.set_name(group.c_str()) ? SUCCESS : ERROR_NO_MEMORY;
+}
+
 int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
 {
     try {
@@ -642,6 +687,10 @@ int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
                     if (changed && !d.set_value(rewritten.c_str()))
                         return ERROR_NO_MEMORY;
                 }
+            }
+            if (name == "switch") {
+                if (int32_t status = ResolveSwitch(node); status != SUCCESS)
+                    return status;
             }
             if (name == "rect") {
                 if (int32_t status = NormalizeRectCorners(node); status != SUCCESS)

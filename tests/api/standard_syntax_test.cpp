@@ -2,6 +2,7 @@
 // sheets and style lists, that it leaves the contract's syntax alone
 // without the flag, and that hostile sheets end quickly.
 #include <chrono>
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -142,6 +143,46 @@ TEST(StandardSyntax, RectCornersAsStandardSvgDrawsThem)
     EXPECT_EQ(AttributeAfterLoad(Svg(R"(<rect width="8" height="4" rx="1"/>)"), u"//*[local-name()='rect']",
                                  u"ry", 0),
               "(none)");
+}
+
+TEST(StandardSyntax, SwitchKeepsItsFirstBranchThatPasses)
+{
+    const struct {
+        const char* name;
+        const char* svg;
+        const char* kept;
+    } cases[] = {
+        {"an editor's private extension is passed over",
+         R"~(<switch transform="scale(2)"><foreignObject requiredExtensions="http://example.com/x"/>)~"
+         R"~(<g id="art"/></switch>)~",
+         "art"},
+        {"the first branch in a language that matches",
+         R"~(<switch><text id="de" systemLanguage="de"/><text id="en" systemLanguage="fr, en-GB"/>)~"
+         R"~(<text id="any"/></switch>)~",
+         "en"},
+        {"a branch without tests when no language matches",
+         R"~(<switch><text id="de" systemLanguage="de"/><text id="any"/><text id="later"/></switch>)~", "any"},
+        {"nothing when no branch passes", R"~(<switch><g id="x" systemLanguage="es"/></switch>)~", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string svg = Svg(c.svg);
+        // What the switch holds now, by id.
+        std::string kept;
+        for (const char* id : {"art", "de", "en", "any", "later", "x"}) {
+            const std::u16string query = u"//*[@id='" + std::u16string(id, id + std::strlen(id)) + u"']";
+            if (AttributeAfterLoad(svg, query.c_str(), u"id") != "(none)")
+                kept += id;
+        }
+        EXPECT_EQ(kept, c.kept);
+    }
+    // The switch is a group now, with its own attributes.
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"~(<switch transform="scale(2)"><g/></switch>)~"), u"/*/*[local-name()='g']",
+                                 u"transform"),
+              "scale(2)");
+    // Without the flag the switch stays for the library to drop whole.
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"~(<switch id="s"><g/></switch>)~"), u"//*[local-name()='switch']", u"id", 0),
+              "s");
 }
 
 TEST(StandardSyntax, HostileSheetsEndQuickly)
