@@ -12,7 +12,7 @@ namespace {
 using kvfuzz::Document;
 
 constexpr int32_t kBitmapSide = 64;
-constexpr uint32_t kMaxFlatElements = 2000;
+constexpr uint32_t kMaxFlatElements = 1000;
 
 struct OwnedBitmap {
     KvBitmap bitmap{};
