@@ -48,3 +48,12 @@ run() {  # LIST WIDTH NAME
 }
 run "$work/icons.list" 256 icons
 run "$work/clipart.list" 1024 clipart
+
+# Path records in each syntax, when the program was built beside the tool.
+paths=$(dirname "$kvsvg")/../../bench/render/corpus_paths
+if [ -x "$paths" ]; then
+  for list in icons clipart; do
+    echo "$list:"
+    "$paths" "$work/$list.list" | sed 's/^/  /'
+  done
+fi

@@ -55,8 +55,6 @@ bool Assign(T& destination, const T& source)
     return true;
 }
 
-bool Assign(KvChar*& destination, const KvChar* source) { return CopyText(&destination, source); }
-
 bool AssignColor(SvgColor& destination, const SvgColor& source)
 {
     KvChar* text = destination.text;

@@ -295,10 +295,12 @@ TEST(DocumentSave, RoundTripsInEveryMode)
         K_SvgFreeMemory(block);
         bool gzip = m.compressed && m.size == kSvgSaveOptionsSize;
         EXPECT_EQ(bytes.rfind("\x1F\x8B", 0) == 0, gzip);
-        if (!gzip && m.encoding == 1)
+        if (!gzip && m.encoding == 1) {
             EXPECT_EQ(bytes.substr(0, 4), std::string("\xFF\xFE<\0", 4));
-        if (!gzip && m.encoding != 1)
+        }
+        if (!gzip && m.encoding != 1) {
             EXPECT_EQ(bytes.rfind("\xEF\xBB\xBF<?xml version=\"1.0\"?>", 0), 0u);
+        }
 
         Handle fromMemory;
         if (gzip && m.encoding == 1) {
@@ -412,8 +414,9 @@ TEST(DocumentNotify, ChangesDropFlatnessAndBoundsUnlessInsideAnUpdate)
             SCOPED_TRACE(std::string(c.name) + (inUpdate ? " in update" : ""));
             Handle document;
             ASSERT_EQ(LoadText(kFlatWithBounds, document), SUCCESS);
-            if (inUpdate)
+            if (inUpdate) {
                 ASSERT_EQ(K_SvgBeginUpdateDocument(document), SUCCESS);
+            }
             Handle root(RootOf(document));
             ASSERT_EQ(c.change(AsHandler(root)), SUCCESS);
             std::string saved = SaveRaw(document);

@@ -70,7 +70,7 @@ TEST(FontFallback, ARightToLeftWordInsideLatinIsShapedAsItWouldBeAlone)
     ScopedEngine engine;
     EngineObject<kvdrw::Font> font(*engine);
     ASSERT_EQ(engine->CreateFont(font.out(), 0, u"Liberation Sans", kSixteenPixels, 0), SUCCESS);
-    for (const std::u16string word : {std::u16string(u"שלום"), std::u16string(u"مرحبا")}) {
+    for (const std::u16string& word : {std::u16string(u"שלום"), std::u16string(u"مرحبا")}) {
         SCOPED_TRACE(ToUtf8(word));
         const std::vector<uint32_t> alone = GlyphsOf(*engine, font.get(), word);
         const std::vector<uint32_t> inside = GlyphsOf(*engine, font.get(), u"ab " + word);
