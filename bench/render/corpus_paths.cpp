@@ -29,7 +29,8 @@ void Count(const std::string& path, uint32_t flags, Tally& tally)
         for (int32_t i = 0; i < paths.count && paths.nodes[i]; ++i) {
             SvgPathElement record{};
             ++tally.paths;
-            if (K_SvgGetElement(paths.nodes[i], &record, kSvgPathElementSize) == SUCCESS)
+            if (K_SvgInitElement(&record, SVG_ELEMENT_PATH, kSvgPathElementSize) == SUCCESS &&
+                K_SvgGetElement(paths.nodes[i], &record, kSvgPathElementSize) == SUCCESS)
                 ++tally.read;
             else
                 allRead = false;
