@@ -52,6 +52,11 @@ constexpr uint64_t kMaxPatternTileElements = 250000;
 // the element is drawn. Larger ones are scaled up and look soft.
 constexpr int32_t kMaxMaskPictureSide = 4096;
 
+// Elements the standard-syntax rewrite may copy to draw markers in one
+// document: a marker's content at every vertex of many long paths would
+// otherwise grow without bound. Past it, the rest are left without markers.
+constexpr uint64_t kMaxMarkerCopies = 200000;
+
 // Style sheets of the standard-syntax rewrite: selectors taken from all the
 // sheets of a document, and element matches applied. Hand-written and
 // editor sheets hold a few hundred; past these a sheet is hostile, and the

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/safety_limits.h"
+#include "document/svg_markers.h"
 #include "kvsvg/kvsvg.h"
 
 namespace {
@@ -706,5 +707,6 @@ int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
     } catch (const std::bad_alloc&) {
         return ERROR_NO_MEMORY;
     }
-    return SUCCESS;
+    // After the sheets, so that markers set by class reach their elements.
+    return ExpandMarkers(tree);
 }

@@ -20,7 +20,8 @@
 //   units are held to half the rect's side;
 // - a switch becomes a group holding only its first branch whose tests
 //   pass (no requiredExtensions, a systemLanguage naming English if any),
-//   where the library would drop the switch with all its branches.
+//   where the library would drop the switch with all its branches;
+// - markers are drawn as copies of their content (svg_markers.h).
 #pragma once
 
 #include <cstdint>
