@@ -325,9 +325,12 @@ int32_t FlattenUse(CSvgFlattener& flattener, CSvgContext& context)
     if (!target)
         return SUCCESS;
     // A use met again inside its own expansion (itself, an ancestor, or a
-    // ring of uses) yields nothing, as a use of a missing id does.
+    // ring of uses) yields nothing, as a use of a missing id does; so does
+    // a use of an element that is being copied already. Checking the use
+    // alone would let k uses of their own group inside it copy the group
+    // once for every order of them, k! times.
     const pugi::xml_node self = context.sourceNode.node();
-    if (flattener.IsUseActive(self))
+    if (flattener.IsUseActive(self) || flattener.IsUseActive(target.node()))
         return SUCCESS;
     if (!own->useChain) {
         // Uses inside this one are counted in its charge.
@@ -336,6 +339,9 @@ int32_t FlattenUse(CSvgFlattener& flattener, CSvgContext& context)
     }
     try {
         own->useChain = std::make_shared<const CSvgUseLink>(self, own->useChain, &flattener.activeUses());
+        // A use as the target enters the chain itself when it is copied.
+        if (target.type() != SVG_ELEMENT_USE)
+            own->useChain = std::make_shared<const CSvgUseLink>(target.node(), own->useChain, &flattener.activeUses());
     } catch (const std::bad_alloc&) {
         return ERROR_NO_MEMORY;
     }

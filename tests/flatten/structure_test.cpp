@@ -98,6 +98,14 @@ TEST(Structure, HostileUseGraphsEndQuickly)
         chain += "<use id=\"u" + std::to_string(i) + "\" href=\"#u" + std::to_string(i + 1) + "\"/>";
     chain += R"~(<rect id="u10000" width="1" height="1"/></defs></svg>)~";
 
+    std::string selfUses = R"~(<svg width="10" height="10"><g id="g"><rect width="1" height="1"/>)~";
+    for (int i = 0; i < 12; ++i)
+        selfUses += R"~(<use href="#g"/>)~";
+    selfUses += "</g></svg>";
+    std::string thirteenRects;  // the group's own, and one copy per use
+    for (int i = 0; i < 13; ++i)
+        thirteenRects += R"~(<rect x="0" y="0" width="1" height="1" rx="0" ry="0"/>)~";
+
     const struct {
         const char* name;
         std::string svg;
@@ -112,6 +120,8 @@ TEST(Structure, HostileUseGraphsEndQuickly)
          R"~(<use href="#a"/></svg>)~",
          ""},
         {"a use bomb is refused before it emits", bomb, "STATUS " + std::to_string(ERROR_MAX_ELEMENTS)},
+        {"twelve uses of their own group, which would copy it once for every order of them", selfUses,
+         thirteenRects},
         {"a 10,000-long use chain", chain, R"~(<rect x="0" y="0" width="1" height="1" rx="0" ry="0"/>)~"},
     };
     for (const auto& c : cases) {
