@@ -5,6 +5,7 @@
 // caller may; what is still alive at the end goes back to the engine before
 // it is destroyed, as the drawing contract asks. Then the document must save,
 // what it saved must load again, and the loaded document is drawn.
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -716,9 +717,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     options.flags = (flags & 0x0F) | (flags & 0x10 ? SVG_DRAW_MARK_OCR : 0);
     options.maximumElements = shape & 8 ? in.Between(0, 40) : 0;
 
+    // A caller built against the record before it had flags and a limit
+    // hands over the shorter size; some callers hand over no options.
+    if (shape & 16)
+        options.size = offsetof(SvgFileOptions, flags);
+    const SvgFileOptions* given = shape & 32 ? nullptr : &options;
+
     void* engineHandle = nullptr;
     SvgHandle document = nullptr;
-    if (K_Draw_ToSvg(&engineHandle, &document, &options) != SUCCESS)
+    if (K_Draw_ToSvg(&engineHandle, &document, given) != SUCCESS)
         return 0;
     auto& engine = *static_cast<kvdrw::Engine*>(engineHandle);
     Objects objects;
