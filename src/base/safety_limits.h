@@ -65,6 +65,13 @@ constexpr size_t kMaxStyleMatches = 2000000;
 // far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
 constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
 
+// Raster road of the codec filter: elements of the flat form it draws. The
+// host cannot set a limit of its own, and without one only the use budget
+// (a million copies) bounds what a small file asks for; each hundred
+// thousand elements take seconds and hundreds of megabytes to flatten and
+// draw. A detailed plan or map draws tens of thousands. ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxFilterFlatElements = 100000;
+
 // Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
 // deeper nesting draws as a missing reference would.
 constexpr size_t kMaxLegacyUseNesting = 32;
