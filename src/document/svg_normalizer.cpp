@@ -567,6 +567,103 @@ bool RewritePathData(const char* text, std::string& out, bool* changed)
     return true;
 }
 
+// A length in user units, with or without "px"; false for anything else
+// (units, percentages, keywords), which stays as written.
+bool PlainLength(const char* text, double& value)
+{
+    std::string_view view = Trim(text);
+    if (view.ends_with("px"))
+        view.remove_suffix(2);
+    if (view.empty())
+        return false;
+    const std::string copy(view);
+    char* end = nullptr;
+    value = std::strtod(copy.c_str(), &end);
+    return end == copy.c_str() + copy.size() && std::isfinite(value);
+}
+
+bool HasRadius(pugi::xml_attribute radius)
+{
+    return radius && !Trim(radius.value()).empty() && Trim(radius.value()) != "auto";
+}
+
+// Standard rect corners: a radius given on one axis serves both, and each is
+// held to half its side. The library's rect reads an unset radius as 0 and
+// never clamps, which squares the corners of such rects.
+int32_t NormalizeRectCorners(pugi::xml_node rect)
+{
+    pugi::xml_attribute rx = rect.attribute("rx"), ry = rect.attribute("ry");
+    const bool hasX = HasRadius(rx), hasY = HasRadius(ry);
+    if (hasX != hasY) {
+        pugi::xml_attribute given = hasX ? rx : ry;
+        pugi::xml_attribute& missing = hasX ? ry : rx;
+        if (!missing)
+            missing = rect.insert_attribute_after(hasX ? "ry" : "rx", given);
+        if (!missing || !missing.set_value(given.value()))
+            return ERROR_NO_MEMORY;
+    }
+    struct {
+        pugi::xml_attribute radius;
+        const char* side;
+    } axes[] = {{rx, "width"}, {ry, "height"}};
+    for (auto& axis : axes) {
+        double radius = 0, side = 0;
+        if (!axis.radius || !PlainLength(axis.radius.value(), radius) ||
+            !PlainLength(rect.attribute(axis.side).value(), side) || side < 0 || radius <= side / 2)
+            continue;
+        std::string text;
+        AppendNumber(text, side / 2);
+        if (!axis.radius.set_value(text.c_str()))
+            return ERROR_NO_MEMORY;
+    }
+    return SUCCESS;
+}
+
+// Whether a language list ("en-US, fr") names the language the rewrite
+// renders for: English, matched by its primary tag.
+bool MatchesLanguage(std::string_view list)
+{
+    for (std::string_view tag : SplitTop(list, ',')) {
+        tag = Trim(tag);
+        if (tag.size() >= 2 && (tag[0] | 0x20) == 'e' && (tag[1] | 0x20) == 'n' && (tag.size() == 2 || tag[2] == '-'))
+            return true;
+    }
+    return false;
+}
+
+// The conditional tests of a switch branch: no extension is supported, every
+// feature string is (as current viewers answer), the language must match.
+bool PassesTests(pugi::xml_node element)
+{
+    if (element.attribute("requiredExtensions"))
+        return false;
+    if (pugi::xml_attribute language = element.attribute("systemLanguage"))
+        return MatchesLanguage(language.value());
+    return true;
+}
+
+// A switch renders its first branch whose tests pass, and nothing else. The
+// library drops a switch with all its branches, so the rewrite turns it into
+// a group (its own attributes kept) holding that one branch.
+int32_t ResolveSwitch(pugi::xml_node node)
+{
+    pugi::xml_node chosen;
+    for (pugi::xml_node child = node.first_child(); child && !chosen; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element && PassesTests(child))
+            chosen = child;
+    }
+    for (pugi::xml_node child = node.first_child(); child;) {
+        pugi::xml_node next = child.next_sibling();
+        if (child != chosen)
+            node.remove_child(child);
+        child = next;
+    }
+    const std::string_view name = node.name();
+    const size_t colon = name.find(':');
+    const std::string group = colon == std::string_view::npos ? "g" : std::string(name.substr(0, colon + 1)) + "g";
+    return node.set_name(group.c_str()) ? SUCCESS : ERROR_NO_MEMORY;
+}
+
 int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
 {
     try {
@@ -590,6 +687,14 @@ int32_t NormalizeStandardSyntax(pugi::xml_document& tree)
                     if (changed && !d.set_value(rewritten.c_str()))
                         return ERROR_NO_MEMORY;
                 }
+            }
+            if (name == "switch") {
+                if (int32_t status = ResolveSwitch(node); status != SUCCESS)
+                    return status;
+            }
+            if (name == "rect") {
+                if (int32_t status = NormalizeRectCorners(node); status != SUCCESS)
+                    return status;
             }
             if (pugi::xml_attribute style = node.attribute("style")) {
                 if (int32_t status = NormalizeStyleAttribute(node, style); status != SUCCESS)

@@ -15,7 +15,12 @@
 // - lists in style declarations (stroke-dasharray) get commas between their
 //   values, since the style parser drops blanks;
 // - color, clip-rule and mask, which the style parser leaves to the
-//   attribute readers, move out of style into attributes of their own.
+//   attribute readers, move out of style into attributes of their own;
+// - a rect with only one corner radius gets the other, and radii in user
+//   units are held to half the rect's side;
+// - a switch becomes a group holding only its first branch whose tests
+//   pass (no requiredExtensions, a systemLanguage naming English if any),
+//   where the library would drop the switch with all its branches.
 #pragma once
 
 #include <cstdint>

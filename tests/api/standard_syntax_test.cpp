@@ -2,6 +2,7 @@
 // sheets and style lists, that it leaves the contract's syntax alone
 // without the flag, and that hostile sheets end quickly.
 #include <chrono>
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -117,6 +118,73 @@ TEST(StandardSyntax, SheetsCascadeBetweenAttributesAndInlineStyle)
               "(none)");
 }
 
+TEST(StandardSyntax, RectCornersAsStandardSvgDrawsThem)
+{
+    const struct {
+        const char* rect;
+        const char* rx;
+        const char* ry;
+    } cases[] = {
+        {R"(<rect width="80" height="40" rx="15"/>)", "15", "15"},
+        {R"(<rect width="80" height="40" ry="6px"/>)", "6px", "6px"},
+        {R"(<rect width="80" height="40" rx="30"/>)", "30", "20"},  // each held to half its side
+        {R"(<rect width="80" height="40" rx="50" ry="5"/>)", "40", "5"},
+        {R"(<rect width="80" height="40" rx="2mm"/>)", "2mm", "2mm"},  // units are not compared
+        {R"(<rect width="50%" height="40" rx="30"/>)", "30", "20"},
+        {R"(<rect width="80" height="40" rx="auto" ry="4"/>)", "4", "4"},
+        {R"(<rect width="80" height="40"/>)", "(none)", "(none)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.rect);
+        EXPECT_EQ(AttributeAfterLoad(Svg(c.rect), u"//*[local-name()='rect']", u"rx"), c.rx);
+        EXPECT_EQ(AttributeAfterLoad(Svg(c.rect), u"//*[local-name()='rect']", u"ry"), c.ry);
+    }
+    // The library's own syntax keeps the rect as written: an unset radius is 0.
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"(<rect width="8" height="4" rx="1"/>)"), u"//*[local-name()='rect']",
+                                 u"ry", 0),
+              "(none)");
+}
+
+TEST(StandardSyntax, SwitchKeepsItsFirstBranchThatPasses)
+{
+    const struct {
+        const char* name;
+        const char* svg;
+        const char* kept;
+    } cases[] = {
+        {"an editor's private extension is passed over",
+         R"~(<switch transform="scale(2)"><foreignObject requiredExtensions="http://example.com/x"/>)~"
+         R"~(<g id="art"/></switch>)~",
+         "art"},
+        {"the first branch in a language that matches",
+         R"~(<switch><text id="de" systemLanguage="de"/><text id="en" systemLanguage="fr, en-GB"/>)~"
+         R"~(<text id="any"/></switch>)~",
+         "en"},
+        {"a branch without tests when no language matches",
+         R"~(<switch><text id="de" systemLanguage="de"/><text id="any"/><text id="later"/></switch>)~", "any"},
+        {"nothing when no branch passes", R"~(<switch><g id="x" systemLanguage="es"/></switch>)~", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string svg = Svg(c.svg);
+        // What the switch holds now, by id.
+        std::string kept;
+        for (const char* id : {"art", "de", "en", "any", "later", "x"}) {
+            const std::u16string query = u"//*[@id='" + std::u16string(id, id + std::strlen(id)) + u"']";
+            if (AttributeAfterLoad(svg, query.c_str(), u"id") != "(none)")
+                kept += id;
+        }
+        EXPECT_EQ(kept, c.kept);
+    }
+    // The switch is a group now, with its own attributes.
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"~(<switch transform="scale(2)"><g/></switch>)~"), u"/*/*[local-name()='g']",
+                                 u"transform"),
+              "scale(2)");
+    // Without the flag the switch stays for the library to drop whole.
+    EXPECT_EQ(AttributeAfterLoad(Svg(R"~(<switch id="s"><g/></switch>)~"), u"//*[local-name()='switch']", u"id", 0),
+              "s");
+}
+
 TEST(StandardSyntax, HostileSheetsEndQuickly)
 {
     std::string many = "<style>";
@@ -155,8 +223,9 @@ TEST(StandardSyntax, NumbersWrittenFromSuchDocumentsKeepTheirExponent)
         SvgHandle document = nullptr, copy = nullptr, flat = nullptr, node = nullptr;
         std::string result = "(none)";
         EXPECT_EQ(K_SvgLoadDocumentMemory(svg.data(), svg.size(), &document, &options), SUCCESS);
-        if (copyFirst)
+        if (copyFirst) {
             EXPECT_EQ(K_SvgCopyDocument(document, &copy), SUCCESS);
+        }
         EXPECT_EQ(K_SvgFlatDocument(copyFirst ? copy : document, &flat, nullptr), SUCCESS);
         if (K_SvgSelectSingleNode(flat, query, &node) == SUCCESS && node) {
             KvChar* value = nullptr;

@@ -57,6 +57,15 @@ int RunFlatten(int argc, char** argv)
     Owned result;
     if (int32_t status = K_SvgFlatDocument(source.handle, &result.handle, &flat); status != SUCCESS)
         return Fail("flatten", status);
+    // The flat form names only the XLink namespace; a file without the SVG
+    // one is plain XML to browsers and editors, so the saved file gets it.
+    Owned root;
+    if (K_SvgSelectSingleNode(result.handle, u"/svg", &root.handle) == SUCCESS && root.handle &&
+        Attribute(root.handle, u"xmlns") == "(none)")
+    {
+        K_SvgSetElementAttributeValue(root.handle, u"xmlns", u"http://www.w3.org/2000/svg");
+        K_SvgSetFlatDocument(result.handle, 1);  // the edit cleared the mark; the form is as flat as before
+    }
     SvgSaveOptions save{kSvgSaveOptionsSize, 1, {u'\t', 0}, 0, 0};
     save.compressed = EndsWith(files[1], ".svgz") ? 1 : 0;
     if (int32_t status = K_SvgSaveDocument(Wide(files[1]).c_str(), result.handle, &save); status != SUCCESS)
