@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "base/tracked_memory.h"
 
@@ -169,6 +170,42 @@ uint32_t RecordSizeOf(uint32_t type)
             return record.size;
     }
     return 0;
+}
+
+double ByteReader::Number()
+{
+    constexpr double kSpecial[] = {0.0,
+                                   -0.0,
+                                   1.0,
+                                   -1.0,
+                                   0.5,
+                                   100.0,
+                                   1e6,
+                                   -1e6,
+                                   1e300,
+                                   -1e300,
+                                   std::numeric_limits<double>::max(),
+                                   std::numeric_limits<double>::denorm_min(),
+                                   std::numeric_limits<double>::infinity(),
+                                   -std::numeric_limits<double>::infinity(),
+                                   std::numeric_limits<double>::quiet_NaN(),
+                                   2147483648.0};
+    constexpr int kSpecialCount = sizeof(kSpecial) / sizeof(kSpecial[0]);
+    uint8_t selector = Byte();
+    if (selector < kSpecialCount)
+        return kSpecial[selector];
+    if (selector == 0xFF) {
+        uint64_t bits = Word();
+        bits |= uint64_t(Word()) << 32;
+        double raw;
+        std::memcpy(&raw, &bits, sizeof raw);
+        return raw;
+    }
+    // Quarter steps from -32 to 32 with a second byte, whole numbers from 0
+    // to 126 without: what hand-made drawings hold.
+    if (selector < 128)
+        return (int32_t(Byte()) - 128) / 4.0;
+    return selector - 128.0;
 }
 
 void WalkAndRewriteRecords(SvgHandle document)

@@ -64,6 +64,46 @@ private:
     SvgHandle handle_ = nullptr;
 };
 
+// Reads the bytes of an input as the arguments of calls, front to back.
+// Past the end every read gives 0, so that any prefix of an input is an
+// input too and a target needs no length checks of its own.
+class ByteReader {
+public:
+    ByteReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+    bool empty() const { return at_ >= size_; }
+    size_t remaining() const { return empty() ? 0 : size_ - at_; }
+    uint8_t Byte() { return empty() ? 0 : data_[at_++]; }
+    uint32_t Word()
+    {
+        uint32_t value = Byte();
+        value |= uint32_t(Byte()) << 8;
+        value |= uint32_t(Byte()) << 16;
+        return value | uint32_t(Byte()) << 24;
+    }
+    // A whole number from lowest to highest, both included.
+    int32_t Between(int32_t lowest, int32_t highest)
+    {
+        uint32_t span = uint32_t(highest - lowest) + 1;
+        return lowest + int32_t((span > 256 ? Word() : Byte()) % span);
+    }
+    // A coordinate: mostly small numbers a drawing has, sometimes one of
+    // the values that break arithmetic (NaN, infinities, the extremes).
+    double Number();
+    // Up to `limit` bytes, fewer when the input ends first.
+    std::string_view Take(size_t limit)
+    {
+        size_t length = limit < remaining() ? limit : remaining();
+        std::string_view taken(reinterpret_cast<const char*>(data_ + at_), length);
+        at_ += length;
+        return taken;
+    }
+
+private:
+    const uint8_t* data_;
+    size_t size_;
+    size_t at_ = 0;
+};
+
 // Reads every element's record, writes it back and reads its attributes by
 // name; statuses are not judged, only crashes, overruns and leaks.
 void WalkAndRewriteRecords(SvgHandle document);

@@ -70,6 +70,13 @@ constexpr size_t kMaxStyleMatches = 2000000;
 // far beyond any drawing a vector editor holds. ERROR_MAX_ELEMENTS.
 constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
 
+// Raster road of the codec filter: elements of the flat form it draws. The
+// host cannot set a limit of its own, and without one only the use budget
+// (a million copies) bounds what a small file asks for; each hundred
+// thousand elements take seconds and hundreds of megabytes to flatten and
+// draw. A detailed plan or map draws tens of thousands. ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxFilterFlatElements = 100000;
+
 // Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
 // deeper nesting draws as a missing reference would.
 constexpr size_t kMaxLegacyUseNesting = 32;
@@ -96,6 +103,12 @@ constexpr size_t kMaxLegacyXmlDepth = 1024;
 // namespaces and short strings, kilobytes in all; 8 MiB stops a
 // billion-laughs document at parse time. ERROR_MAX_ELEMENTS.
 constexpr size_t kMaxLegacyEntityExpansion = size_t(8) << 20;
+
+// Legacy XML reader: what one entity reference counts against the expansion
+// bound beside its text. Looking a name up costs far more than copying a
+// byte, and a reference to nothing copies none: 64 keeps a document to
+// about 130,000 references expanded, hundreds of times what real files use.
+constexpr size_t kLegacyEntityReferenceCost = 64;
 
 // Legacy XML reader: entities inside entities. Ten levels make a
 // billion-laughs document; 64 is far beyond any honest use and bounds the

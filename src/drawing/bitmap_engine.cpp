@@ -433,13 +433,24 @@ int32_t BitmapEngine::PaintImage(const KvBitmap& image, const KvRectangle& desti
     KV_FREE(row);
     cairo_surface_mark_dirty(picture.get());
 
+    // A placement that no matrix can hold (NaN, infinities, a scale that
+    // overflows or vanishes) draws nothing: cairo would put the context into
+    // an error state halfway through and lose the source pattern it made.
+    const double scaleX = destination.width / source.width;
+    const double scaleY = destination.height / source.height;
+    const double shiftX = left - source.x;
+    const double shiftY = top - source.y;
+    if (!std::isfinite(destination.x) || !std::isfinite(destination.y) || !std::isnormal(scaleX) ||
+        !std::isnormal(scaleY) || !std::isfinite(scaleX * scaleY) || !std::isfinite(shiftX) ||
+        !std::isfinite(shiftY))
+        return SUCCESS;
     if (!PrepareToDraw())
         return SUCCESS;
     cairo_t* cr = context_.get();
     cairo_save(cr);
     cairo_translate(cr, destination.x, destination.y);
-    cairo_scale(cr, destination.width / source.width, destination.height / source.height);
-    cairo_set_source_surface(cr, picture.get(), left - source.x, top - source.y);
+    cairo_scale(cr, scaleX, scaleY);
+    cairo_set_source_surface(cr, picture.get(), shiftX, shiftY);
     cairo_pattern_t* pattern = cairo_get_source(cr);
     cairo_pattern_set_filter(pattern, ImageFilter(state().qualityB));
     cairo_pattern_set_extend(pattern, CAIRO_EXTEND_PAD);

@@ -64,6 +64,18 @@ int32_t CopyName(const std::basic_string<Char>& name, Char* buffer, int32_t size
     return SUCCESS;
 }
 
+// Pixels as a whole number, held within a quarter of the int32_t range so
+// that the sums, differences and negations the metrics are made of stay in
+// range too: a font of a million points at 1e300 dots per inch gives large
+// numbers, not an overflow. NaN counts as 0.
+int32_t WholePixels(double pixels)
+{
+    constexpr double kLimit = double(1 << 29);
+    if (std::isnan(pixels))
+        return 0;
+    return static_cast<int32_t>(std::lround(std::clamp(pixels, -kLimit, kLimit)));
+}
+
 }  // namespace
 
 int32_t NativeFont::GetFamilyNameNarrow(char* buffer, int32_t size)
@@ -90,10 +102,10 @@ void NativeFont::FillMetrics(kvdrw::FontMetrics& metrics, double resolutionDpi) 
     const FaceMetrics& m = face_.metrics();
     const double em = EmPixels(resolutionDpi);
     const double s = em / m.unitsPerEm;
-    const int32_t ascent = static_cast<int32_t>(std::lround(m.ascent * s));
-    const int32_t height = static_cast<int32_t>(std::lround((m.ascent + m.descent) * s));
+    const int32_t ascent = WholePixels(m.ascent * s);
+    const int32_t height = WholePixels((m.ascent + m.descent) * s);
     const int32_t descent = height - ascent;
-    const int32_t internalLeading = height - static_cast<int32_t>(std::lround(em));
+    const int32_t internalLeading = height - WholePixels(em);
     metrics.values[kvdrw::kMetricHeight] = height;
     metrics.values[kvdrw::kMetricAscent] = ascent;
     metrics.values[kvdrw::kMetricDescent] = descent;
@@ -102,7 +114,7 @@ void NativeFont::FillMetrics(kvdrw::FontMetrics& metrics, double resolutionDpi) 
     metrics.values[kvdrw::kMetricTopLeading] = 0;
     metrics.values[kvdrw::kMetricEmAscent] = ascent - internalLeading;
     metrics.values[kvdrw::kMetricNegativeDescent] = -descent;
-    metrics.values[kvdrw::kMetricMaxAdvance] = static_cast<int32_t>(std::lround(m.maxAdvance * s));
+    metrics.values[kvdrw::kMetricMaxAdvance] = WholePixels(m.maxAdvance * s);
 }
 
 kvdrw::FontMetrics* NativeFont::GetMetrics(kvdrw::FontMetrics* metrics, kvdrw::Engine* engine, double resolutionDpi)
@@ -149,11 +161,11 @@ int32_t NativeFont::MeasureCellWidths(kvdrw::Engine* engine, uint32_t firstChar,
             double advance = 0;
             layout.Shape(units, count, glyphs, positions, advance, &faces);
             KvRectangle ink{};
-            const int32_t total = static_cast<int32_t>(std::lround(advance));
+            const int32_t total = WholePixels(advance);
             int32_t before = 0, inkWidth = 0;
             if (InkOf(faces, layout, glyphs, positions, ink)) {
-                before = static_cast<int32_t>(std::lround(ink.x));
-                inkWidth = static_cast<int32_t>(std::lround(ink.x + ink.width)) - before;
+                before = WholePixels(ink.x);
+                inkWidth = WholePixels(ink.x + ink.width) - before;
             }
             widths[slot * 3] = before;
             widths[slot * 3 + 1] = inkWidth;

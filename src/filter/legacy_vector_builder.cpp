@@ -1,5 +1,6 @@
 #include "filter/legacy_vector_builder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -251,6 +252,16 @@ SvgMatrix ElementMatrix(const SvgMatrix& parent, const Element& element)
     return MultiplySvgMatrix(parent, own);
 }
 
+// A viewport side as the length resolver takes it, whole pixels: a viewBox
+// may be 1e300 wide, which no int32_t holds, and NaN is no side at all.
+int32_t WholeSide(double side)
+{
+    constexpr double kLargest = 2147483647.0;
+    if (std::isnan(side))
+        return 0;
+    return static_cast<int32_t>(std::clamp(side, -kLargest, kLargest));
+}
+
 uint8_t Alpha(double opacity) { return static_cast<uint8_t>(std::lround(Clamp01(opacity) * 255.0)); }
 
 // How the matrix scales lengths that have no direction (stroke widths,
@@ -411,8 +422,7 @@ private:
         const std::u16string wide = ToUtf16(Trim(text));
         if (ParseLength(std::u16string_view(wide), &length) != SUCCESS || !std::isfinite(length.value))
             return fallback;
-        ResolveSvgLength(length, vertical, true, 16, static_cast<int32_t>(viewportWidth_),
-                         static_cast<int32_t>(viewportHeight_));
+        ResolveSvgLength(length, vertical, true, 16, WholeSide(viewportWidth_), WholeSide(viewportHeight_));
         return length.value;
     }
 

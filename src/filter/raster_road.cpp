@@ -5,6 +5,7 @@
 
 #include "base/bitmap.h"
 #include "base/numeric.h"
+#include "base/safety_limits.h"
 #include "base/tracked_memory.h"
 #include "base/utf.h"
 #include "document/callback_guard.h"
@@ -316,6 +317,10 @@ int32_t RasterLoad(KvFilterLoadRequest& request)
     if (int32_t status = document->ReadFlat(&flat); status != SUCCESS)
         return status;
     if (flat != 1) {
+        // The flat form takes the source's element limit; the host has no
+        // way to give one, so the road sets its own.
+        if (document->maximumElements() == 0)
+            document->SetMaximumElements(kvlimits::kMaxFilterFlatElements);
         const K_SvgFlatOptions flatOptions{kSvgFlatOptionsSize, static_cast<double>(target.width),
                                            static_cast<double>(target.height), 0};
         SvgHandle flatHandle = nullptr;

@@ -594,8 +594,11 @@ void ExpandCharRefs(std::string& text)
 // ---- Entity budget ----------------------------------------------------------
 
 // Measures, before anything is expanded, how long each referenced entity
-// becomes, and refuses a self-reference or a total past the bound. The
-// lengths saturate just past the bound, so no sum overflows.
+// becomes, and refuses a self-reference or a total past the bound. Every
+// reference also costs the step of looking it up, also one that stands for
+// nothing: ten levels of ten references to an undeclared entity expand to
+// no text but take ten billion steps. The lengths saturate just past the
+// bound, so no sum overflows.
 class EntityBudget {
 public:
     explicit EntityBudget(const Document& document) : document_(document) {}
@@ -603,7 +606,7 @@ public:
     void Charge(std::string_view name, int line, int column)
     {
         line_ = line, column_ = column;
-        total_ = Add(total_, LengthOf(name, 0));
+        total_ = Add(total_, Cost(name, 0));
         if (total_ > kvlimits::kMaxLegacyEntityExpansion)
             throw ParsingException(kErrorEntityExpansion, line_, column_);
     }
@@ -617,6 +620,12 @@ public:
 
 private:
     static size_t Add(size_t a, size_t b) { return std::min(a + b, kvlimits::kMaxLegacyEntityExpansion + 1); }
+
+    // What expanding one reference costs: its text and the step.
+    size_t Cost(std::string_view name, size_t depth)
+    {
+        return Add(LengthOf(name, depth), kvlimits::kLegacyEntityReferenceCost);
+    }
 
     size_t LengthOf(std::string_view name, size_t depth)
     {
@@ -636,7 +645,7 @@ private:
         size_t length = 0;
         ScanReferences(
             *value, [&](std::string_view piece) { length = Add(length, piece.size()); },
-            [&](std::string_view inner) { length = Add(length, LengthOf(inner, depth + 1)); });
+            [&](std::string_view inner) { length = Add(length, Cost(inner, depth + 1)); });
         visiting_.erase(key);
         lengths_.emplace(std::move(key), length);
         return length;

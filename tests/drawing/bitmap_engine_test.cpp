@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -275,6 +276,41 @@ TEST(BitmapEngine, ImageWithHalfOpacityBlendsAndSourceRectangleSelects)
     EXPECT_EQ(target.At(6, 6), (Rgba{0, 255, 0, 255}));
     EXPECT_EQ(target.At(7, 6), kvtest::kWhite);
     EXPECT_EQ(target.At(4, 4), kvtest::kWhite);
+}
+
+TEST(BitmapEngine, ImagePlacementNoMatrixCanHoldDrawsNothingAndLeavesTheEngineWorking)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        const char* name;
+        KvRectangle destination;
+        KvRectangle source;
+        int32_t status;
+    } cases[] = {
+        {"a scale that overflows", {0, 0, 1e300, 1e300}, {0, 0, 4, 4}, SUCCESS},
+        {"a scale that vanishes", {0, 0, 1e-320, 4}, {0, 0, 4, 4}, SUCCESS},
+        {"a source far smaller than a pixel", {0, 0, 4, 4}, {0, 0, 1e-310, 1e-310}, SUCCESS},
+        {"an infinite width", {0, 0, inf, 4}, {0, 0, 4, 4}, ERROR_INV_PARAMETER},
+        {"a place that is not a number", {nan, 0, 4, 4}, {0, 0, 4, 4}, ERROR_INV_PARAMETER},
+        {"a source that is not a number", {0, 0, 4, 4}, {nan, 0, 4, 4}, ERROR_INV_PARAMETER},
+    };
+    TestBitmap picture(4, 4, 24, KV_ORDER_BGR, KV_TOP_LEFT, {0, 0, 255, 255});
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestBitmap target(4, 4, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+        {
+            ScopedEngine engine(target.bitmap);
+            EXPECT_EQ(engine->DrawImage(&picture.bitmap, &c.destination, &c.source, 1.0), c.status);
+            EXPECT_EQ(target.At(1, 1), kvtest::kWhite);
+            // The engine still draws: the refused image left no error behind.
+            EngineObject<kvdrw::SolidBrush> brush(*engine);
+            const KvColor red = {255, 255, 0, 0};
+            ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &red), SUCCESS);
+            EXPECT_EQ(engine->DrawRectangle(nullptr, brush.get(), 0, 0, 4, 4), SUCCESS);
+        }
+        EXPECT_EQ(target.At(1, 1), kvtest::kRed);
+    }
 }
 
 TEST(BitmapEngine, TransparentTargetKeepsStraightAlpha)

@@ -84,6 +84,36 @@ TEST(Text, MetricsAreConsistentWithTheLineHeight)
     EXPECT_EQ(font->GetMetrics(nullptr, engine.get(), 96.0), nullptr);
 }
 
+TEST(Text, MetricsOfHugeSizesStayWholeAndConsistent)
+{
+    // Sizes and resolutions a caller may pass unchecked: the metrics must
+    // not overflow into nonsense (or undefined behaviour) on the way.
+    const struct {
+        const char* name;
+        double sizePoints;
+        double resolutionDpi;
+    } cases[] = {
+        {"a million points at 1e300 dpi", 1e6, 1e300},
+        {"1e300 points at 96 dpi", 1e300, 96.0},
+        {"a large but honest size", 100000.0, 600.0},
+    };
+    ScopedEngine engine;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EngineObject<kvdrw::Font> font(*engine);
+        ASSERT_EQ(engine->CreateFont(font.out(), 0, u"Arial", c.sizePoints, 0), SUCCESS);
+        kvdrw::FontMetrics metrics{};
+        ASSERT_EQ(font->GetMetrics(&metrics, engine.get(), c.resolutionDpi), &metrics);
+        const int32_t* m = metrics.values;
+        EXPECT_GT(m[kvdrw::kMetricHeight], 100000);
+        EXPECT_GT(m[kvdrw::kMetricAscent], m[kvdrw::kMetricDescent]);
+        EXPECT_GE(m[kvdrw::kMetricDescent], 0);
+        EXPECT_EQ(m[kvdrw::kMetricAscent] + m[kvdrw::kMetricDescent], m[kvdrw::kMetricHeight]);
+        EXPECT_EQ(m[kvdrw::kMetricNegativeDescent], -m[kvdrw::kMetricDescent]);
+        EXPECT_GT(m[kvdrw::kMetricMaxAdvance], 0);
+    }
+}
+
 TEST(Text, StringWidthIsTheSumOfItsAdvances)
 {
     ScopedEngine engine;

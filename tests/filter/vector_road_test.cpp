@@ -213,6 +213,24 @@ TEST(VectorRoad, BakesTransformsIntoTheObjects)
     library.calls().free(load.vectorObject);
 }
 
+TEST(VectorRoad, PercentagesOfAViewportPastTheIntegerRangeStayPositive)
+{
+    // A viewBox 1e300 wide: its side is held to the largest whole number a
+    // length resolves against, so half of it is a large positive width.
+    VectorDouble library;
+    ScratchFile file("wide.svg",
+                     "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 1e300 100\">"
+                     "<rect width=\"50%\" height=\"10\" fill=\"#000\"/></svg>");
+    KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, nullptr, nullptr, nullptr);
+    load.vectorRoute = 1;
+    ASSERT_EQ(fltLoad(&load), SUCCESS);
+    const std::vector<KVecObject> objects = Objects(library.calls(), load.vectorObject);
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(objects[0].kind, KVEC_OBJECT_RECT);
+    EXPECT_DOUBLE_EQ(objects[0].bounds.width, 2147483647.0 / 2);
+    library.calls().free(load.vectorObject);
+}
+
 TEST(VectorRoad, SniffsTheFirstBytesBeforeReading)
 {
     const KvFilterLoadOptions named{kKvFilterLoadOptionsSize, KV_FILTER_LOAD_FORMAT_KNOWN, KV_FILTER_FORMAT_SVG};

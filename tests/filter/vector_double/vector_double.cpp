@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <deque>
 #include <new>
 #include <string>
 #include <vector>
@@ -30,7 +31,9 @@ struct Vector {
     uint32_t unit = KVEC_UNIT_PIXEL;
     std::vector<KVecLogPen> pens;
     std::vector<KVecLogBrush> brushes;
-    std::vector<StoredObject> objects;
+    // A deque: an object holds a whole bitmap record, which a growing vector
+    // would copy again and again in a drawing of many uses.
+    std::deque<StoredObject> objects;
 };
 
 // What one K_VecGetObject lent out: which object, and the point lists
