@@ -37,6 +37,9 @@ constexpr size_t kMaxReferenceChain = 64;
 // using the level below ten times: ten billion copies) is refused at once.
 // ERROR_MAX_ELEMENTS.
 constexpr uint64_t kMaxUseExpansion = 1000000;
+// Under a document element limit, uses may copy this many source elements
+// per element allowed: the copies count groups and uses too.
+constexpr uint64_t kUseExpansionPerElement = 4;
 
 // Tiles of one expanded pattern fill: a 10-pixel hatch over a full page
 // needs about ten thousand. Past this the pattern is written as a copy for

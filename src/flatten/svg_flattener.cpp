@@ -330,10 +330,17 @@ uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView 
 
 int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementView target, uint64_t copies)
 {
+    // Under an element limit the copies are bounded by it as well: a use
+    // bomb whose copies come out empty (unknown elements, failing records)
+    // never meets the limit itself, yet costs a walk per copy. The count
+    // takes in the uses and groups on the way, a few times what reaches
+    // the flat form, hence the factor.
+    uint64_t budget = kvlimits::kMaxUseExpansion;
+    if (target_ && target_->maximumElements() != 0)
+        budget = std::min<uint64_t>(budget, uint64_t(target_->maximumElements()) * kvlimits::kUseExpansionPerElement);
     const uint64_t each = ExpandedSize(context, target);
-    const uint64_t size = copies != 0 && each > kvlimits::kMaxUseExpansion / copies ? kvlimits::kMaxUseExpansion + 1
-                                                                                    : each * copies;
-    if (size > kvlimits::kMaxUseExpansion - std::min(expansionCharged_, kvlimits::kMaxUseExpansion))
+    const uint64_t size = copies != 0 && each > budget / copies ? budget + 1 : each * copies;
+    if (size > budget - std::min(expansionCharged_, budget))
         return ERROR_MAX_ELEMENTS;
     expansionCharged_ += size;
     return SUCCESS;

@@ -162,6 +162,13 @@ TEST(Structure, TheSourcesElementLimitBoundsItsFlatForm)
     EXPECT_EQ(flatten(500, &flatLimit), ERROR_MAX_ELEMENTS);
     EXPECT_EQ(flatten(20000, &flatLimit), SUCCESS);
     EXPECT_EQ(flatLimit, 20000u);  // later edits of the flat form stay bounded as well
+
+    // Copies that come out empty never meet the limit, but the uses are
+    // bounded by it all the same.
+    const size_t leaf = svg.find("<rect");
+    svg.replace(leaf, svg.find("/>", leaf) + 2 - leaf, "<unknown/>");
+    EXPECT_EQ(flatten(0, &flatLimit), SUCCESS);
+    EXPECT_EQ(flatten(1000, &flatLimit), ERROR_MAX_ELEMENTS);
 }
 
 TEST(Structure, ManyUsesOfOneSymbolStayWithinTheBudget)
