@@ -415,11 +415,27 @@ void PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, doub
 {
     std::vector<Polyline> lines;
     Flatten(matrix, flatness > 0 ? flatness : 0.25, lines);
-    ClipperLib::ClipperOffset offset(std::max(stroke.miterLimit, 2.0), 0.25 * kClipperUnitsPerPixel);
+    // Round joins and caps come out within a quarter pixel of the circle,
+    // but never in more than about 200 steps a turn: a stroke a million
+    // pixels wide would otherwise put thousands of points in every join
+    // and the offset's intersections would take minutes.
+    const double halfWidth = stroke.width * (matrix ? std::sqrt(std::fabs(matrix->m11 * matrix->m22 -
+                                                                           matrix->m12 * matrix->m21))
+                                                    : 1.0) / 2;
+    const double arcTolerance = std::max(0.25, std::isfinite(halfWidth) ? halfWidth / 8000 : 0.25);
+    ClipperLib::ClipperOffset offset(std::max(stroke.miterLimit, 2.0), arcTolerance * kClipperUnitsPerPixel);
+    // Under a stroke far wider than its path's steps every offset edge
+    // crosses every other, and the offset's cost grows with the square of
+    // the points: a curve flattened into 47,000 points under a stroke three
+    // million pixels wide took minutes. Points closer than a thousandth of
+    // the half width change nothing one can see in such a stroke.
+    const double merge = std::isfinite(halfWidth) ? halfWidth / 1000 : 0.0;
     for (const Polyline& line : lines) {
         ClipperLib::Path path;
         for (const KvPoint& p : line.points)
             path.emplace_back(ToSteps(p.x, kClipperUnitsPerPixel), ToSteps(p.y, kClipperUnitsPerPixel));
+        if (merge > 1.0 && path.size() > 2)
+            ClipperLib::CleanPolygon(path, merge * kClipperUnitsPerPixel);
         offset.AddPath(path, ClipperJoin(stroke.lineJoin),
                        line.closed ? ClipperLib::etClosedLine : ClipperEnd(stroke.lineCap));
     }
