@@ -98,6 +98,50 @@ bool AllPointsFinite(const PathGeometry& path)
     return true;
 }
 
+// cairo keeps device coordinates in 24.8 fixed point: a clip reaching past
+// about eight million pixels wraps, and its clipper can then read through a
+// null pointer. Clips are in device space, so such a clip is cut to the
+// canvas and a margin first, which changes nothing that can be seen.
+constexpr double kCairoSafeCoordinate = 4194304.0;  // 2^22 pixels, half the fixed-point range
+constexpr double kCanvasMargin = 64.0;
+
+bool CairoHolds(const ClipperLib::Paths& polygons)
+{
+    constexpr auto kLimit = static_cast<ClipperLib::cInt>(kCairoSafeCoordinate * kClipperUnitsPerPixel);
+    for (const ClipperLib::Path& polygon : polygons) {
+        for (const ClipperLib::IntPoint& p : polygon) {
+            if (p.X < -kLimit || p.X > kLimit || p.Y < -kLimit || p.Y > kLimit)
+                return false;
+        }
+    }
+    return true;
+}
+
+ClipperLib::Paths WithinCanvas(const ClipperLib::Paths& polygons, bool evenOdd, int32_t width, int32_t height)
+{
+    auto units = [](double pixels) { return static_cast<ClipperLib::cInt>(pixels * kClipperUnitsPerPixel); };
+    const ClipperLib::cInt left = units(-kCanvasMargin), top = units(-kCanvasMargin);
+    const ClipperLib::cInt right = units(width + kCanvasMargin), bottom = units(height + kCanvasMargin);
+    ClipperLib::Path canvas{{left, top}, {right, top}, {right, bottom}, {left, bottom}};
+    ClipperLib::Clipper clipper;
+    clipper.AddPaths(polygons, ClipperLib::ptSubject, true);
+    clipper.AddPath(canvas, ClipperLib::ptClip, true);
+    ClipperLib::Paths within;
+    // The part's own fill rule decides what is inside it; what comes out has
+    // no overlaps, so either rule draws it the same.
+    clipper.Execute(ClipperLib::ctIntersection, within, evenOdd ? ClipperLib::pftEvenOdd : ClipperLib::pftNonZero,
+                    ClipperLib::pftNonZero);
+    return within;
+}
+
+KvRectangle WithinCanvas(const KvRectangle& r, int32_t width, int32_t height)
+{
+    const double left = std::max(r.x, -kCanvasMargin), top = std::max(r.y, -kCanvasMargin);
+    const double right = std::min(r.x + r.width, width + kCanvasMargin);
+    const double bottom = std::min(r.y + r.height, height + kCanvasMargin);
+    return KvRectangle{left, top, right - left, bottom - top};
+}
+
 }  // namespace
 
 int32_t BitmapEngine::Create(KvBitmap& bitmap, BitmapEngine** engine)
@@ -261,11 +305,15 @@ bool BitmapEngine::PrepareToDraw()
             for (const ClipRegion::Part& part : state().clip->parts) {
                 cairo_new_path(cr);
                 if (part.isRectangle) {
-                    const KvRectangle& r = part.rectangle;
+                    KvRectangle r = WithinCanvas(part.rectangle, bitmap_.width, bitmap_.height);
                     if (r.width > 0 && r.height > 0)
                         cairo_rectangle(cr, r.x, r.y, r.width, r.height);
                 } else {
-                    for (const ClipperLib::Path& polygon : part.polygons) {
+                    ClipperLib::Paths held;
+                    const ClipperLib::Paths& polygons =
+                        CairoHolds(part.polygons) ? part.polygons
+                                                  : (held = WithinCanvas(part.polygons, part.evenOdd, bitmap_.width, bitmap_.height));
+                    for (const ClipperLib::Path& polygon : polygons) {
                         for (size_t i = 0; i < polygon.size(); ++i) {
                             double x = polygon[i].X / kClipperUnitsPerPixel, y = polygon[i].Y / kClipperUnitsPerPixel;
                             if (i == 0)

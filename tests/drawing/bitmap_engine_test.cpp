@@ -203,6 +203,30 @@ TEST(BitmapEngine, ClipPathAndRestoredStateAgree)
     EXPECT_EQ(target.At(9, 9), kvtest::kRed);
 }
 
+// A clip reaching billions of pixels out wraps inside cairo's fixed-point
+// geometry; the engine cuts it to the canvas first, without moving what shows.
+TEST(BitmapEngine, ClipsFarPastTheCanvasClipAsTheyShould)
+{
+    TestBitmap target(10, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(target.bitmap);
+        EngineObject<kvdrw::SolidBrush> brush(*engine);
+        ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &kvtest::kOpaqueRed), SUCCESS);
+        // The diagonal through (0, 0) and (10, 10), its far ends 2^31 pixels out.
+        EngineObject<kvdrw::GraphicsPath> half(*engine);
+        ASSERT_EQ(engine->CreatePath(half.out()), SUCCESS);
+        const double far = 2147483648.0;
+        const KvPoint corners[] = {{-far, -far}, {far, far}, {-far, far}};
+        ASSERT_EQ(half->AddPolygon(corners, 3), SUCCESS);
+        ASSERT_EQ(engine->SetClipPath(half.get(), kvdrw::kCombineReplace), SUCCESS);
+        const KvRectangle wide = {-far, -far, 2 * far, 2 * far};
+        ASSERT_EQ(engine->SetClipRect(&wide, kvdrw::kCombineIntersect), SUCCESS);
+        EXPECT_EQ(engine->DrawRoundRectangle(nullptr, brush.get(), 0, 0, 10, 10, 1, 1), SUCCESS);
+    }
+    EXPECT_EQ(target.At(1, 6), kvtest::kRed);    // below the diagonal
+    EXPECT_EQ(target.At(6, 1), kvtest::kWhite);  // above it
+}
+
 TEST(BitmapEngine, GradientHasItsEndColoursAtItsEnds)
 {
     TestBitmap target(101, 2, 24, KV_ORDER_BGR, KV_TOP_LEFT);
