@@ -142,6 +142,131 @@ KvRectangle WithinCanvas(const KvRectangle& r, int32_t width, int32_t height)
     return KvRectangle{left, top, right - left, bottom - top};
 }
 
+// cairo walks a dash pattern along the whole path, seen or not: a dashed
+// line millions of pixels long, as a zoomed-in map tile draws, costs a dash
+// for every period of it, and a coordinate past cairo's fixed-point range
+// makes the count arbitrary. Past this many dashes the engine lays the dashes
+// itself, only inside the canvas.
+constexpr double kMaxCairoDashes = 10000;
+// Dashes laid that way stop here whatever the transform does to them.
+constexpr size_t kMaxWindowDashes = 1000000;
+
+struct DashWindow {
+    double left, top, right, bottom;
+};
+
+// Where along a -> b (0 to 1) the segment lies inside the window; false when
+// it misses it.
+bool SegmentInWindow(const KvPoint& a, const KvPoint& b, const DashWindow& w, double& t0, double& t1)
+{
+    t0 = 0;
+    t1 = 1;
+    const double d[2] = {b.x - a.x, b.y - a.y};
+    const double from[2] = {a.x, a.y};
+    const double low[2] = {w.left, w.top}, high[2] = {w.right, w.bottom};
+    for (int axis = 0; axis < 2; ++axis) {
+        if (d[axis] == 0) {
+            if (from[axis] < low[axis] || from[axis] > high[axis])
+                return false;
+            continue;
+        }
+        double enter = (low[axis] - from[axis]) / d[axis], leave = (high[axis] - from[axis]) / d[axis];
+        if (enter > leave)
+            std::swap(enter, leave);
+        t0 = std::max(t0, enter);
+        t1 = std::min(t1, leave);
+    }
+    return t0 < t1;
+}
+
+// Lays the pen's dashes along the path as separate figures of the cairo path,
+// in the space of cairo's current matrix (`toDashSpace` takes device points
+// there), only where they fall inside `window`; nothing between. False when
+// cairo's own dashing costs little enough, or the pattern has no length:
+// then nothing was laid.
+bool LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& toDevice,
+                       const cairo_matrix_t& toDashSpace, std::vector<double> dashes, const DashWindow& window)
+{
+    if (dashes.size() % 2 == 1)
+        dashes.insert(dashes.end(), dashes.begin(), dashes.end());
+    double period = 0;
+    for (double d : dashes)
+        period += d;
+    if (!(period > 0) || !std::isfinite(period))
+        return false;
+    std::vector<Polyline> lines;
+    path.Flatten(&toDevice, 0.25, lines);
+    double length = 0;
+    for (Polyline& line : lines) {
+        for (KvPoint& p : line.points)
+            cairo_matrix_transform_point(&toDashSpace, &p.x, &p.y);
+        if (line.closed && line.points.size() > 1)
+            line.points.push_back(line.points.front());
+        for (size_t i = 1; i < line.points.size(); ++i)
+            length += std::hypot(line.points[i].x - line.points[i - 1].x, line.points[i].y - line.points[i - 1].y);
+    }
+    if (!(length / period > kMaxCairoDashes))
+        return false;
+
+    cairo_new_path(cr);
+    size_t laid = 0;
+    for (const Polyline& line : lines) {
+        // Every figure starts the pattern afresh, as cairo's dashing does.
+        double phase = 0;  // how far into the period
+        bool penDown = false;
+        for (size_t i = 1; i < line.points.size() && laid < kMaxWindowDashes; ++i) {
+            const KvPoint a = line.points[i - 1], b = line.points[i];
+            const double segment = std::hypot(b.x - a.x, b.y - a.y);
+            if (!(segment > 0))
+                continue;
+            double t0 = 0, t1 = 0;
+            if (!SegmentInWindow(a, b, window, t0, t1)) {
+                phase = std::fmod(phase + segment, period);
+                penDown = false;
+                continue;
+            }
+            if (t0 > 0) {
+                phase = std::fmod(phase + t0 * segment, period);
+                penDown = false;
+            }
+            // Find the dash the phase is in, then walk the visible stretch.
+            size_t index = 0;
+            double into = phase;
+            while (index + 1 < dashes.size() && into >= dashes[index]) {
+                into -= dashes[index];
+                ++index;
+            }
+            double at = t0 * segment;
+            const double end = t1 * segment;
+            while (at < end && laid < kMaxWindowDashes) {
+                const double step = std::min(dashes[index] - into, end - at);
+                const double next = at + std::max(step, 0.0);
+                if (index % 2 == 0 && step > 0) {
+                    if (!penDown)
+                        cairo_move_to(cr, a.x + (b.x - a.x) * (at / segment), a.y + (b.y - a.y) * (at / segment));
+                    cairo_line_to(cr, a.x + (b.x - a.x) * (next / segment), a.y + (b.y - a.y) * (next / segment));
+                    penDown = true;
+                    ++laid;
+                } else {
+                    penDown = false;
+                }
+                into += std::max(step, 0.0);
+                if (into >= dashes[index]) {
+                    into = 0;
+                    index = (index + 1) % dashes.size();
+                }
+                at = next;
+            }
+            phase = std::fmod(phase + (t1 - t0) * segment, period);
+            if (t1 < 1) {
+                phase = std::fmod(phase + (1 - t1) * segment, period);
+                penDown = false;
+            }
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 int32_t BitmapEngine::Create(KvBitmap& bitmap, BitmapEngine** engine)
@@ -444,11 +569,44 @@ int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrus
         }
         std::vector<double> dashes;
         pen->DashLengths(dashes);
-        cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
+        if (!dashes.empty() && LaysDashesItself(path, shape, dashes))
+            cairo_set_dash(cr, nullptr, 0, 0.0);
+        else
+            cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
         cairo_stroke_preserve(cr);
     }
     cairo_new_path(cr);
     return Status();
+}
+
+bool BitmapEngine::LaysDashesItself(const PathGeometry& path, const StrokeShape& shape,
+                                    const std::vector<double>& dashes)
+{
+    cairo_t* cr = context_.get();
+    // Dash lengths are in the space of cairo's matrix at this point: the
+    // transform, or device space for the thinnest pen.
+    cairo_matrix_t toDashSpace;
+    cairo_get_matrix(cr, &toDashSpace);
+    if (cairo_matrix_invert(&toDashSpace) != CAIRO_STATUS_SUCCESS)
+        return false;
+    // The canvas, in dash space, grown by what a join or cap can reach past
+    // a dash's end, so a dash cut at the window's edge ends out of sight.
+    const double half = shape.width > 0 ? shape.width / 2 : 0.5;
+    const double reach = half * std::max(shape.miterLimit, 1.5) + 1.0;
+    const double corners[4][2] = {{-kCanvasMargin, -kCanvasMargin},
+                                  {bitmap_.width + kCanvasMargin, -kCanvasMargin},
+                                  {-kCanvasMargin, bitmap_.height + kCanvasMargin},
+                                  {bitmap_.width + kCanvasMargin, bitmap_.height + kCanvasMargin}};
+    DashWindow window{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
+                      -std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    for (const auto& corner : corners) {
+        double x = corner[0], y = corner[1];
+        cairo_matrix_transform_point(&toDashSpace, &x, &y);
+        window = {std::min(window.left, x), std::min(window.top, y), std::max(window.right, x),
+                  std::max(window.bottom, y)};
+    }
+    window = {window.left - reach, window.top - reach, window.right + reach, window.bottom + reach};
+    return LayDashesInWindow(cr, path, state().transform, toDashSpace, dashes, window);
 }
 
 int32_t BitmapEngine::PaintImage(const KvBitmap& image, const KvRectangle& destination, const KvRectangle& source,

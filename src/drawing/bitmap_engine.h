@@ -42,6 +42,10 @@ private:
     // false when the current transform cannot map anything to the page.
     bool PrepareToDraw();
     bool SetSource(NativeBrush& brush);
+    // For a dashed stroke far longer than the canvas: replaces cairo's path
+    // by the dashes that can be seen, true when it did (then the stroke is
+    // drawn undashed).
+    bool LaysDashesItself(const PathGeometry& path, const StrokeShape& shape, const std::vector<double>& dashes);
     int32_t Status() const;
     void CopyIn();
     void CopyOut();

@@ -227,6 +227,46 @@ TEST(BitmapEngine, ClipsFarPastTheCanvasClipAsTheyShould)
     EXPECT_EQ(target.At(6, 1), kvtest::kWhite);  // above it
 }
 
+// A dashed stroke far longer than the canvas has its dashes laid by the
+// engine inside the canvas only; what shows must be what cairo would draw.
+TEST(BitmapEngine, DashesOfAVeryLongStrokeLandWhereShortOnesDo)
+{
+    struct Case {
+        const char* name;
+        double width;        // 0: the thinnest pen, dashed in pixels
+        double scale;        // of the transform
+        double farStart;     // where the long line starts, a whole number of periods back
+    };
+    const Case cases[] = {
+        {"plain", 2, 1, -800000},
+        {"thinnest pen", 0, 1, -400000},
+        {"scaled down", 200, 0.01, -8000000},
+        {"starts billions of pixels out", 2, 1, -8e9},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestBitmap near(100, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT), far(100, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+        for (TestBitmap* target : {&near, &far}) {
+            ScopedEngine engine(target->bitmap);
+            EngineObject<kvdrw::Pen> pen(*engine);
+            ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, c.width, kvdrw::kDashDash), SUCCESS);
+            const KvMatrix scale = {c.scale, 0, 0, c.scale, 0, 0, 0};
+            ASSERT_EQ(engine->SetTransform(&scale), SUCCESS);
+            const double start = target == &near ? 0 : c.farStart / c.scale;
+            ASSERT_EQ(engine->DrawLine(pen.get(), start, 5 / c.scale, 100 / c.scale, 5 / c.scale), SUCCESS);
+        }
+        int differing = 0, red = 0;
+        for (int y = 0; y < 10; ++y) {
+            for (int x = 0; x < 100; ++x) {
+                differing += Near(near.At(x, y), far.At(x, y), 8) ? 0 : 1;
+                red += near.At(x, y) == kvtest::kRed ? 1 : 0;
+            }
+        }
+        EXPECT_EQ(differing, 0);
+        EXPECT_GT(red, 20);  // there are dashes to compare
+    }
+}
+
 TEST(BitmapEngine, GradientHasItsEndColoursAtItsEnds)
 {
     TestBitmap target(101, 2, 24, KV_ORDER_BGR, KV_TOP_LEFT);
