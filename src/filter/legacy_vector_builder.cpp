@@ -534,6 +534,12 @@ private:
         const auto found = ids_.find(std::string_view(href).substr(1));
         if (found == ids_.end() || instancing_.size() >= 2 * kvlimits::kMaxLegacyUseNesting)
             return SUCCESS;
+        // A use drawn from outside any other is counted through first: uses
+        // of uses past the limit end here, before any of their objects
+        // are made.
+        if (instancing_.empty() &&
+            useInstances_ + CountUseInstances(use, 0) > kvlimits::kMaxLegacyUseInstances)
+            return ERROR_MAX_ELEMENTS;
         if (++useInstances_ > kvlimits::kMaxLegacyUseInstances)
             return ERROR_MAX_ELEMENTS;
         const Element* target = found->second;
@@ -555,6 +561,50 @@ private:
             status = Visit(*target, paint, placed);
         instancing_.resize(instancing_.size() - 2);
         return status;
+    }
+
+    // Use instances drawing `element` makes, walked as Visit and AddUse
+    // walk it (`nesting` uses deep); saturates past the limit. Memoised by
+    // element, and a cycle adds nothing, as it draws nothing. A count taken
+    // near the top and met again past the nesting limit is larger than the
+    // walk's there, so only a file nesting uses that deep can be refused
+    // although it fits.
+    size_t CountUseInstances(const Element& element, size_t nesting)
+    {
+        const auto known = instanceCounts_.find(&element);
+        if (known != instanceCounts_.end())
+            return known->second;
+        instanceCounts_[&element] = 0;
+        const std::string name = element.GetName();
+        const std::string_view local = LocalName(name);
+        auto children = [&](const Element& parent, size_t depth) {
+            size_t sum = 0;
+            for (const auto& child : parent.GetChildren()) {
+                if (child->GetType() == AdvXMLParser::NodeType::Element)
+                    sum = std::min(sum + CountUseInstances(static_cast<const Element&>(*child), depth),
+                                   kvlimits::kMaxLegacyUseInstances + 1);
+            }
+            return sum;
+        };
+        size_t count = 0;
+        if (local == "g" || local == "a" || local == "switch" || local == "svg") {
+            count = children(element, nesting);
+        } else if (local == "use" && nesting < kvlimits::kMaxLegacyUseNesting) {
+            std::string href;
+            if (element.GetAttributeValue("xlink:href", &href) || element.GetAttributeValue("href", &href)) {
+                const auto found = href.empty() || href[0] != '#' ? ids_.end()
+                                                                   : ids_.find(std::string_view(href).substr(1));
+                if (found != ids_.end()) {
+                    const Element& target = *found->second;
+                    const size_t below = LocalName(target.GetName()) == "symbol"
+                                             ? children(target, nesting + 1)
+                                             : CountUseInstances(target, nesting + 1);
+                    count = std::min(1 + below, kvlimits::kMaxLegacyUseInstances + 1);
+                }
+            }
+        }
+        instanceCounts_[&element] = count;
+        return count;
     }
 
     int32_t PenFor(const PaintState& paint, const SvgMatrix& matrix, uint32_t& index)
@@ -745,6 +795,7 @@ private:
     // The uses being drawn and their targets, innermost last.
     std::vector<const Element*> instancing_;
     size_t useInstances_ = 0;
+    std::map<const Element*, size_t> instanceCounts_;
     double viewportWidth_ = 0.0;
     double viewportHeight_ = 0.0;
 };

@@ -258,7 +258,35 @@ int32_t CSvgFlattener::InsertFlatElement(CSvgContext& context, void* record, uin
     return context.outputParent.Insert(type, record, kSvgInsertLastChild, inserted);
 }
 
-uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView node)
+namespace {
+
+// Shapes a flat form holds at least one element for when they are drawn.
+bool IsDrawnShape(const char* name)
+{
+    static const char* const kShapes[] = {"rect", "circle", "ellipse", "line", "polyline",
+                                          "polygon", "path", "text", "image"};
+    for (const char* shape : kShapes) {
+        if (std::strcmp(name, shape) == 0)
+            return true;
+    }
+    return false;
+}
+
+// Containers whose content is drawn only through a reference, if at all.
+bool HoldsUndrawnContent(pugi::xml_node node)
+{
+    static const char* const kContainers[] = {"defs", "clipPath", "mask", "pattern", "marker",
+                                              "linearGradient", "radialGradient", "filter", "font"};
+    for (const char* container : kContainers) {
+        if (std::strcmp(node.name(), container) == 0)
+            return true;
+    }
+    return std::strcmp(node.attribute("display").value(), "none") == 0;
+}
+
+}  // namespace
+
+CSvgFlattener::ExpandedCount CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView node)
 {
     constexpr uint64_t kSaturated = uint64_t(1) << 62;
     constexpr uint64_t kInProgress = ~uint64_t(0);
@@ -266,24 +294,31 @@ uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView 
         pugi::xml_node node;
         pugi::xml_node nextChild;  // element children still to count
         bool targetDone;           // for a use: its target has been counted
-        uint64_t sum;
+        ExpandedCount sum;
     };
-    auto known = [&](pugi::xml_node n, uint64_t& size) {
+    // What a child draws counts for its parent unless only a reference
+    // draws the child. A node's own count is what copying it draws.
+    auto add = [&](ExpandedCount& to, pugi::xml_node child, const ExpandedCount& more) {
+        to.nodes = std::min(kSaturated, to.nodes + more.nodes);
+        if (!HoldsUndrawnContent(child))
+            to.drawn = std::min(kSaturated, to.drawn + more.drawn);
+    };
+    auto known = [&](pugi::xml_node n, ExpandedCount& size) {
         auto found = expandedSizes_.find(n.internal_object());
         if (found == expandedSizes_.end())
             return false;
         // A node still being counted is part of a cycle: it adds nothing.
-        size = found->second == kInProgress ? 0 : found->second;
+        size = found->second.nodes == kInProgress ? ExpandedCount{} : found->second;
         return true;
     };
     try {
-        uint64_t result = 0;
+        ExpandedCount result;
         if (known(node.node(), result))
             return result;
         std::vector<Pending> stack;
         auto open = [&](pugi::xml_node n) {
-            expandedSizes_[n.internal_object()] = kInProgress;
-            stack.push_back(Pending{n, n.first_child(), false, 1});
+            expandedSizes_[n.internal_object()] = ExpandedCount{kInProgress, 0};
+            stack.push_back(Pending{n, n.first_child(), false, ExpandedCount{1, IsDrawnShape(n.name()) ? 1u : 0u}});
         };
         open(node.node());
         while (!stack.empty()) {
@@ -307,9 +342,9 @@ uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView 
                     top.nextChild = next.next_sibling();
             }
             if (next) {
-                uint64_t size = 0;
+                ExpandedCount size;
                 if (known(next, size))
-                    top.sum = std::min(kSaturated, top.sum + size);
+                    add(top.sum, next, size);
                 else
                     open(next);
                 continue;
@@ -318,13 +353,13 @@ uint64_t CSvgFlattener::ExpandedSize(const CSvgContext& context, SvgElementView 
             stack.pop_back();
             expandedSizes_[done.node.internal_object()] = done.sum;
             if (!stack.empty())
-                stack.back().sum = std::min(kSaturated, stack.back().sum + done.sum);
+                add(stack.back().sum, done.node, done.sum);
             else
                 result = done.sum;
         }
         return result;
     } catch (const std::bad_alloc&) {
-        return kSaturated;
+        return ExpandedCount{kSaturated, kSaturated};
     }
 }
 
@@ -335,13 +370,24 @@ int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementVie
     // never meets the limit itself, yet costs a walk per copy. The count
     // takes in the uses and groups on the way, a few times what reaches
     // the flat form, hence the factor.
+    const uint64_t limit = target_ ? target_->maximumElements() : 0;
     uint64_t budget = kvlimits::kMaxUseExpansion;
-    if (target_ && target_->maximumElements() != 0)
-        budget = std::min<uint64_t>(budget, uint64_t(target_->maximumElements()) * kvlimits::kUseExpansionPerElement);
-    const uint64_t each = ExpandedSize(context, target);
-    const uint64_t size = copies != 0 && each > budget / copies ? budget + 1 : each * copies;
+    if (limit != 0)
+        budget = std::min<uint64_t>(budget, limit * kvlimits::kUseExpansionPerElement);
+    const ExpandedCount each = ExpandedSize(context, target);
+    auto times = [&](uint64_t count, uint64_t cap) { return copies != 0 && count > cap / copies ? cap + 1 : count * copies; };
+    const uint64_t size = times(each.nodes, budget);
     if (size > budget - std::min(expansionCharged_, budget))
         return ERROR_MAX_ELEMENTS;
+    // Shapes the copies are sure to write: past the room the flat form has
+    // left, it would end with the same status after making them all, which
+    // for a small file of uses of uses takes seconds. (A count past the
+    // limit has wrapped below zero and holds nothing.)
+    if (limit != 0) {
+        const uint64_t present = target_->elementCount() <= limit ? target_->elementCount() : 0;
+        if (times(each.drawn, limit) > limit - present)
+            return ERROR_MAX_ELEMENTS;
+    }
     expansionCharged_ += size;
     return SUCCESS;
 }
@@ -369,7 +415,7 @@ std::string HashKey(std::string_view id)
 
 bool CSvgFlattener::TakeTileElements(uint64_t tiles, SvgElementView content, const CSvgContext& context)
 {
-    const uint64_t each = ExpandedSize(context, content);
+    const uint64_t each = ExpandedSize(context, content).nodes;
     const uint64_t room = kvlimits::kMaxPatternTileElements - std::min(tileElements_, kvlimits::kMaxPatternTileElements);
     if (tiles != 0 && each > room / tiles)
         return false;

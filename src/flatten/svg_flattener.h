@@ -96,8 +96,10 @@ public:
 
     // Charges the elements a top-level use will emit, counted through the
     // uses inside its target, against the run's expansion budget
-    // (kvlimits::kMaxUseExpansion). ERROR_MAX_ELEMENTS when the budget
-    // would be passed: nothing of that use has been emitted yet.
+    // (kvlimits::kMaxUseExpansion), and under an element limit the shapes
+    // they are sure to draw against the room the flat form has left.
+    // ERROR_MAX_ELEMENTS when either would be passed: nothing of that use
+    // has been emitted yet.
     // `copies` copies of `target` (pattern tiles) are charged the same way.
     int32_t ChargeExpansion(const CSvgContext& context, SvgElementView target, uint64_t copies = 1);
     // Takes `tiles` copies of `content` from the run's budget of expanded
@@ -134,10 +136,17 @@ private:
         bool single = false;
     };
 
-    // Elements below `node`, itself included, with each use counted as its
-    // target's count; memoised by node, a use met again inside its own
-    // count adds nothing. Saturates far above the budget.
-    uint64_t ExpandedSize(const CSvgContext& context, SvgElementView node);
+    // Copying `node`: `nodes` counts the elements below it, itself included,
+    // each use as its target's count; `drawn` the shapes among them that are
+    // drawn (none inside defs, clip paths, masks, patterns, markers, paint
+    // servers or display="none"), each of which the flat form holds at least
+    // once. Memoised by node; a use met again inside its own count adds
+    // nothing. Saturates far above the budget.
+    struct ExpandedCount {
+        uint64_t nodes = 0;
+        uint64_t drawn = 0;
+    };
+    ExpandedCount ExpandedSize(const CSvgContext& context, SvgElementView node);
     int32_t PushFrame(WalkFrame frame);
 
     int32_t Walk(size_t baseDepth);
@@ -158,7 +167,7 @@ private:
     kvdrw::Engine* engine_ = nullptr;
     bool engineTried_ = false;
     std::unique_ptr<CSvgClipPathHash> clipPaths_;
-    std::unordered_map<pugi::xml_node_struct*, uint64_t> expandedSizes_;
+    std::unordered_map<pugi::xml_node_struct*, ExpandedCount> expandedSizes_;
     uint64_t expansionCharged_ = 0;
     uint64_t tileElements_ = 0;
     std::unique_ptr<CSvgFontCache> textFonts_;

@@ -82,6 +82,12 @@ int32_t VectorDouble::LiveVectors() const
     return count ? count() : -1;
 }
 
+int64_t VectorDouble::ObjectsAdded() const
+{
+    auto count = reinterpret_cast<int64_t (*)()>(dlsym(handle_, "KVecDoubleObjectsAdded"));
+    return count ? count() : -1;
+}
+
 int32_t VectorDouble::LiveReadings() const
 {
     auto count = reinterpret_cast<int32_t (*)()>(dlsym(handle_, "KVecDoubleLiveReadings"));

@@ -58,6 +58,7 @@ public:
     const VectorCalls& calls() const { return *calls_; }
     int32_t LiveVectors() const;
     int32_t LiveReadings() const;
+    int64_t ObjectsAdded() const;
 
 private:
     const VectorCalls* calls_ = nullptr;

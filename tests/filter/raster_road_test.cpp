@@ -253,8 +253,9 @@ TEST(FilterLoad, DeliversTheRowsTopFirstInTheHostsDepthAndOrder)
                     ExpectColour(rows, x, y, expected);
                 }
             }
-            if (c.bitsPerPixel == 32)
+            if (c.bitsPerPixel == 32) {
                 EXPECT_EQ(static_cast<uint8_t>(rows.bytes[0][3]), 255);
+            }
             EXPECT_EQ(target.xResolution, 96);
             EXPECT_EQ(target.yResolution, 96);
             EXPECT_EQ(target.data, nullptr);

@@ -456,7 +456,21 @@ TEST(VectorRoad, UsesThatMultiplyBeyondTheLimitAreRefused)
     ScratchFile file("bomb.svg", text);
     KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, nullptr, nullptr, nullptr);
     load.vectorRoute = 1;
+    const int64_t before = library.ObjectsAdded();
     EXPECT_EQ(fltLoad(&load), ERROR_MAX_ELEMENTS);
     EXPECT_EQ(load.vectorObject, nullptr);
     EXPECT_EQ(library.LiveVectors(), 0);
+    // Refused before the copies were made, not after a hundred thousand.
+    EXPECT_EQ(library.ObjectsAdded(), before);
+
+    // Four deep fits: 11,111 uses, 10,000 rectangles.
+    const size_t fifth = text.find("<g id=\"l5\">");
+    text.erase(fifth, text.find("</defs>") - fifth);
+    text.replace(text.find("#l6"), 3, "#l4");
+    ScratchFile fits("fits.svg", text);
+    load = kvtest::LoadRequest(fits.wide, nullptr, nullptr, nullptr);
+    load.vectorRoute = 1;
+    EXPECT_EQ(fltLoad(&load), SUCCESS);
+    EXPECT_EQ(library.ObjectsAdded(), before + 10000);
+    library.calls().free(load.vectorObject);
 }

@@ -162,6 +162,10 @@ TEST(Structure, TheSourcesElementLimitBoundsItsFlatForm)
     EXPECT_EQ(flatten(500, &flatLimit), ERROR_MAX_ELEMENTS);
     EXPECT_EQ(flatten(20000, &flatLimit), SUCCESS);
     EXPECT_EQ(flatLimit, 20000u);  // later edits of the flat form stay bounded as well
+    // The root and 10,000 rects fit exactly; one fewer is refused before
+    // any copy is made.
+    EXPECT_EQ(flatten(10001, &flatLimit), SUCCESS);
+    EXPECT_EQ(flatten(10000, &flatLimit), ERROR_MAX_ELEMENTS);
 
     // Copies that come out empty never meet the limit, but the uses are
     // bounded by it all the same.

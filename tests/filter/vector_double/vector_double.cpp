@@ -45,6 +45,7 @@ struct Reading {
 
 std::atomic<int> liveVectors{0};
 std::atomic<int> liveReadings{0};
+std::atomic<int64_t> objectsAdded{0};
 
 Vector* AsVector(void* vector) { return static_cast<Vector*>(vector); }
 
@@ -120,6 +121,7 @@ int32_t K_VecAddObject(void* vector, const KVecObject* object, const KVecPolyPoi
     if (object->size != kKVecObjectSize || (points && points->size != kKVecPolyPointSize))
         return ERROR_RECORD_SIZE;
     Vector& model = *AsVector(vector);
+    ++objectsAdded;
     StoredObject stored;
     stored.description = *object;
     stored.description.reserved = nullptr;
@@ -257,6 +259,8 @@ int32_t K_VecCreatePolyPoint(void* vector, const KVecObject* object, KVecPolyPoi
 // For the tests: what is alive in this library now.
 int32_t KVecDoubleLiveVectors() { return liveVectors.load(); }
 int32_t KVecDoubleLiveReadings() { return liveReadings.load(); }
+// Objects added since the library was loaded, given back or not.
+int64_t KVecDoubleObjectsAdded() { return objectsAdded.load(); }
 
 int32_t K_VecFreeObject(void* vector, KVecObject* object)
 {
