@@ -104,6 +104,9 @@ bool AllPointsFinite(const PathGeometry& path)
 // canvas and a margin first, which changes nothing that can be seen.
 constexpr double kCairoSafeCoordinate = 4194304.0;  // 2^22 pixels, half the fixed-point range
 constexpr double kCanvasMargin = 64.0;
+// cairo's own tolerance, which it keeps unless told otherwise.
+constexpr double kCairoTolerance = 0.1;
+constexpr double kMaxPreciseStrokeRadius = kCairoSafeCoordinate;
 
 bool CairoHolds(const ClipperLib::Paths& polygons)
 {
@@ -573,7 +576,22 @@ int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrus
             cairo_set_dash(cr, nullptr, 0, 0.0);
         else
             cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
+        // cairo rounds joins and caps with a polygon as fine as its
+        // tolerance: millions of vertices, and seconds, for a pen a
+        // hundred billion pixels wide. Past the fixed-point range, where
+        // cairo cannot place such a pen's edge anyway, the tolerance grows
+        // with the pen, keeping the polygon to about 14,000 vertices.
+        cairo_matrix_t toDevice;
+        cairo_get_matrix(cr, &toDevice);
+        const double radius = (shape.width > 0 ? shape.width / 2 : 0.5) *
+                              std::sqrt(toDevice.xx * toDevice.xx + toDevice.yx * toDevice.yx +
+                                        toDevice.xy * toDevice.xy + toDevice.yy * toDevice.yy);
+        const bool coarse = radius > kMaxPreciseStrokeRadius;
+        if (coarse)
+            cairo_set_tolerance(cr, kCairoTolerance * radius / kMaxPreciseStrokeRadius);
         cairo_stroke_preserve(cr);
+        if (coarse)
+            cairo_set_tolerance(cr, kCairoTolerance);
     }
     cairo_new_path(cr);
     return Status();

@@ -267,6 +267,37 @@ TEST(BitmapEngine, DashesOfAVeryLongStrokeLandWhereShortOnesDo)
     }
 }
 
+// A round cap on a pen millions of pixels wide is built coarser than cairo
+// would (its polygon from millions of vertices past that): it still covers
+// the canvas, and a pen a thousand pixels wide keeps its exact edge.
+TEST(BitmapEngine, RoundCapsOfHugePensCoverWhatTheyShould)
+{
+    TestBitmap target(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(target.bitmap);
+        EngineObject<kvdrw::Pen> pen(*engine);
+        ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 2, kvdrw::kDashSolid), SUCCESS);
+        ASSERT_EQ(pen->SetLineCap(kvdrw::kCapRound), SUCCESS);
+        const KvMatrix huge = {3e6, 0, 0, 3e6, 10, 5, 0};
+        ASSERT_EQ(engine->SetTransform(&huge), SUCCESS);
+        EXPECT_EQ(engine->DrawLine(pen.get(), 0, 0, 0, 0), SUCCESS);
+    }
+    for (int y = 0; y < 10; ++y) {
+        for (int x = 0; x < 20; ++x)
+            EXPECT_EQ(target.At(x, y), kvtest::kRed) << x << ", " << y;
+    }
+    TestBitmap edge(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(edge.bitmap);
+        EngineObject<kvdrw::Pen> pen(*engine);
+        ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 1000, kvdrw::kDashSolid), SUCCESS);
+        ASSERT_EQ(pen->SetLineCap(kvdrw::kCapRound), SUCCESS);
+        EXPECT_EQ(engine->DrawLine(pen.get(), -490, 5, -490, 5), SUCCESS);  // a dot whose edge is at x = 10
+    }
+    EXPECT_EQ(edge.At(8, 5), kvtest::kRed);
+    EXPECT_EQ(edge.At(11, 5), kvtest::kWhite);
+}
+
 TEST(BitmapEngine, GradientHasItsEndColoursAtItsEnds)
 {
     TestBitmap target(101, 2, 24, KV_ORDER_BGR, KV_TOP_LEFT);
