@@ -106,7 +106,7 @@ constexpr double kCairoSafeCoordinate = 4194304.0;  // 2^22 pixels, half the fix
 constexpr double kCanvasMargin = 64.0;
 // cairo's own tolerance, which it keeps unless told otherwise.
 constexpr double kCairoTolerance = 0.1;
-constexpr double kMaxPreciseStrokeRadius = kCairoSafeCoordinate;
+constexpr double kMaxPreciseStrokeRadius = 65536.0;
 
 bool CairoHolds(const ClipperLib::Paths& polygons)
 {
@@ -576,16 +576,23 @@ int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrus
             cairo_set_dash(cr, nullptr, 0, 0.0);
         else
             cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
-        // cairo rounds joins and caps with a polygon as fine as its
-        // tolerance: millions of vertices, and seconds, for a pen a
-        // hundred billion pixels wide. Past the fixed-point range, where
-        // cairo cannot place such a pen's edge anyway, the tolerance grows
-        // with the pen, keeping the polygon to about 14,000 vertices.
+        // A pen whose edge lies past cairo's fixed-point range cannot be
+        // placed: its outline wraps, and rasterising the wrapped outline
+        // took seconds. Such a pen is narrowed to the range, which changes
+        // the picture only for a path millions of pixels off the canvas.
+        // cairo also rounds joins and caps with a polygon as fine as its
+        // tolerance, millions of vertices for a pen millions of pixels
+        // wide: past kMaxPreciseStrokeRadius the tolerance grows with the
+        // pen, an error of one part in 650,000 of its width.
         cairo_matrix_t toDevice;
         cairo_get_matrix(cr, &toDevice);
-        const double radius = (shape.width > 0 ? shape.width / 2 : 0.5) *
-                              std::sqrt(toDevice.xx * toDevice.xx + toDevice.yx * toDevice.yx +
-                                        toDevice.xy * toDevice.xy + toDevice.yy * toDevice.yy);
+        double radius = (shape.width > 0 ? shape.width / 2 : 0.5) *
+                        std::sqrt(toDevice.xx * toDevice.xx + toDevice.yx * toDevice.yx +
+                                  toDevice.xy * toDevice.xy + toDevice.yy * toDevice.yy);
+        if (shape.width > 0 && radius > kCairoSafeCoordinate) {
+            cairo_set_line_width(cr, shape.width * (kCairoSafeCoordinate / radius));
+            radius = kCairoSafeCoordinate;
+        }
         const bool coarse = radius > kMaxPreciseStrokeRadius;
         if (coarse)
             cairo_set_tolerance(cr, kCairoTolerance * radius / kMaxPreciseStrokeRadius);

@@ -270,7 +270,7 @@ TEST(BitmapEngine, DashesOfAVeryLongStrokeLandWhereShortOnesDo)
 // A round cap on a pen millions of pixels wide is built coarser than cairo
 // would (its polygon from millions of vertices past that): it still covers
 // the canvas, and a pen a thousand pixels wide keeps its exact edge.
-TEST(BitmapEngine, RoundCapsOfHugePensCoverWhatTheyShould)
+TEST(BitmapEngine, HugePensCoverWhatTheyShould)
 {
     TestBitmap target(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
     {
@@ -285,6 +285,19 @@ TEST(BitmapEngine, RoundCapsOfHugePensCoverWhatTheyShould)
     for (int y = 0; y < 10; ++y) {
         for (int x = 0; x < 20; ++x)
             EXPECT_EQ(target.At(x, y), kvtest::kRed) << x << ", " << y;
+    }
+    // A pen 1e300 wide is past what cairo can place; narrowed, it still
+    // covers the canvas along its line.
+    TestBitmap wide(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(wide.bitmap);
+        EngineObject<kvdrw::Pen> pen(*engine);
+        ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 1e300, kvdrw::kDashSolid), SUCCESS);
+        EXPECT_EQ(engine->DrawLine(pen.get(), 0, 5, 20, 5), SUCCESS);
+    }
+    for (int y = 0; y < 10; ++y) {
+        for (int x = 0; x < 20; ++x)
+            EXPECT_EQ(wide.At(x, y), kvtest::kRed) << x << ", " << y;
     }
     TestBitmap edge(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
     {
