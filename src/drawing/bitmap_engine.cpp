@@ -197,6 +197,24 @@ bool LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& to
         period += d;
     if (!(period > 0) || !std::isfinite(period))
         return false;
+    // The control polygon is never shorter than the curves it holds, and a
+    // figure's closing side no longer than its other sides together: when
+    // twice the polygon takes few periods, so does the path, and nothing
+    // need be flattened.
+    cairo_matrix_t pointToDash;
+    const cairo_matrix_t device = ToCairo(toDevice);
+    cairo_matrix_multiply(&pointToDash, &device, &toDashSpace);
+    double outline = 0;
+    KvPoint previous{0, 0};
+    for (size_t i = 0; i < path.points().size(); ++i) {
+        KvPoint p = path.points()[i];
+        cairo_matrix_transform_point(&pointToDash, &p.x, &p.y);
+        if (i > 0)
+            outline += std::hypot(p.x - previous.x, p.y - previous.y);
+        previous = p;
+    }
+    if (!(2 * outline / period > kMaxCairoDashes))
+        return false;
     std::vector<Polyline> lines;
     path.Flatten(&toDevice, 0.25, lines);
     double length = 0;
