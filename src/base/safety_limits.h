@@ -79,6 +79,12 @@ constexpr uint32_t kMaxVectorObjects = 16u * 1024u * 1024u;
 // thousand elements take seconds and hundreds of megabytes to flatten and
 // draw. A detailed plan or map draws tens of thousands. ERROR_MAX_ELEMENTS.
 constexpr uint32_t kMaxFilterFlatElements = 100000;
+// Raster road: shapes that uses may copy into that flat form, all uses of
+// the file together. A file of 64 KB holds at most a few thousand shapes of
+// its own; through uses of uses it can ask for the whole element limit,
+// seconds of work. Editors' clones and symbol libraries copy hundreds, a
+// map stamping a symbol on every town a few thousand. ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxFilterUseShapes = 10000;
 
 // Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
 // deeper nesting draws as a missing reference would.

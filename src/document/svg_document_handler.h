@@ -59,6 +59,11 @@ public:
     void SetMaximumElements(uint32_t limit);
     uint32_t maximumElements() const { return maximumElements_; }
     uint32_t elementCount() const { return elementCount_; }
+    // Shapes the uses of this document may copy into one flat form, all
+    // uses together; 0: no bound beyond the element limit. For callers that
+    // cannot set a limit of their own.
+    void SetMaximumUseShapes(uint32_t limit) { maximumUseShapes_ = limit; }
+    uint32_t maximumUseShapes() const { return maximumUseShapes_; }
     void BeginUpdate() { ++updateDepth_; }
     int32_t EndUpdate();
     void SetFilterCallback(SvgFilterElementsCallback callback, void* userData);
@@ -101,6 +106,7 @@ private:
     int32_t isFlat_ = -1;
     SvgBounds bounds_{};
     uint32_t maximumElements_ = 0;
+    uint32_t maximumUseShapes_ = 0;
     uint32_t elementCount_ = 0;
     uint32_t updateDepth_ = 0;
     SvgFilterElementsCallback filterCallback_ = nullptr;

@@ -151,8 +151,10 @@ KvRectangle WithinCanvas(const KvRectangle& r, int32_t width, int32_t height)
 // makes the count arbitrary. Past this many dashes the engine lays the dashes
 // itself, only inside the canvas.
 constexpr double kMaxCairoDashes = 10000;
-// Dashes laid that way stop here whatever the transform does to them.
-constexpr size_t kMaxWindowDashes = 1000000;
+// More dashes than this inside the canvas are finer than anyone can see
+// (a pattern of a pixel along every edge of a large canvas has fewer): the
+// stroke is drawn whole, as light as the pattern's share of ink.
+constexpr double kMaxWindowDashes = 20000;
 
 struct DashWindow {
     double left, top, right, bottom;
@@ -184,19 +186,24 @@ bool SegmentInWindow(const KvPoint& a, const KvPoint& b, const DashWindow& w, do
 
 // Lays the pen's dashes along the path as separate figures of the cairo path,
 // in the space of cairo's current matrix (`toDashSpace` takes device points
-// there), only where they fall inside `window`; nothing between. False when
-// cairo's own dashing costs little enough, or the pattern has no length:
-// then nothing was laid.
-bool LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& toDevice,
-                       const cairo_matrix_t& toDashSpace, std::vector<double> dashes, const DashWindow& window)
+// there), only where they fall inside `window`; nothing between (Laid).
+// Cairo when cairo's own dashing costs little enough, or the pattern has no
+// length; Dense when the dashes inside the window are too many to lay, with
+// the pattern's share of ink in `ink`. Only Laid changes cairo's path.
+DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& toDevice,
+                           const cairo_matrix_t& toDashSpace, std::vector<double> dashes, const DashWindow& window,
+                           double& ink)
 {
     if (dashes.size() % 2 == 1)
         dashes.insert(dashes.end(), dashes.begin(), dashes.end());
-    double period = 0;
-    for (double d : dashes)
-        period += d;
+    double period = 0, on = 0;
+    for (size_t i = 0; i < dashes.size(); ++i) {
+        period += dashes[i];
+        on += i % 2 == 0 ? dashes[i] : 0;
+    }
     if (!(period > 0) || !std::isfinite(period))
-        return false;
+        return DashRoad::Cairo;
+    ink = on / period;
     // The control polygon is never shorter than the curves it holds, and a
     // figure's closing side no longer than its other sides together: when
     // twice the polygon takes few periods, so does the path, and nothing
@@ -214,7 +221,7 @@ bool LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& to
         previous = p;
     }
     if (!(2 * outline / period > kMaxCairoDashes))
-        return false;
+        return DashRoad::Cairo;
     std::vector<Polyline> lines;
     path.Flatten(&toDevice, 0.25, lines);
     double length = 0;
@@ -227,15 +234,25 @@ bool LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& to
             length += std::hypot(line.points[i].x - line.points[i - 1].x, line.points[i].y - line.points[i - 1].y);
     }
     if (!(length / period > kMaxCairoDashes))
-        return false;
+        return DashRoad::Cairo;
+    double seen = 0;
+    for (const Polyline& line : lines) {
+        for (size_t i = 1; i < line.points.size(); ++i) {
+            double t0 = 0, t1 = 0;
+            if (SegmentInWindow(line.points[i - 1], line.points[i], window, t0, t1))
+                seen += (t1 - t0) * std::hypot(line.points[i].x - line.points[i - 1].x,
+                                               line.points[i].y - line.points[i - 1].y);
+        }
+    }
+    if (!(seen / period <= kMaxWindowDashes))
+        return DashRoad::Dense;
 
     cairo_new_path(cr);
-    size_t laid = 0;
     for (const Polyline& line : lines) {
         // Every figure starts the pattern afresh, as cairo's dashing does.
         double phase = 0;  // how far into the period
         bool penDown = false;
-        for (size_t i = 1; i < line.points.size() && laid < kMaxWindowDashes; ++i) {
+        for (size_t i = 1; i < line.points.size(); ++i) {
             const KvPoint a = line.points[i - 1], b = line.points[i];
             const double segment = std::hypot(b.x - a.x, b.y - a.y);
             if (!(segment > 0))
@@ -257,35 +274,38 @@ bool LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& to
                 into -= dashes[index];
                 ++index;
             }
-            double at = t0 * segment;
-            const double end = t1 * segment;
-            while (at < end && laid < kMaxWindowDashes) {
-                const double step = std::min(dashes[index] - into, end - at);
-                const double next = at + std::max(step, 0.0);
+            // Walked from where the segment enters the window, so that the
+            // distances stay as small as the window however far away the
+            // segment starts; every step ends a dash or the stretch.
+            const KvPoint entry{a.x + (b.x - a.x) * t0, a.y + (b.y - a.y) * t0};
+            const double dx = (b.x - a.x) / segment, dy = (b.y - a.y) / segment;
+            const double stretch = (t1 - t0) * segment;
+            double at = 0;
+            while (at < stretch) {
+                const double step = std::max(std::min(dashes[index] - into, stretch - at), 0.0);
+                const double next = at + step;
                 if (index % 2 == 0 && step > 0) {
                     if (!penDown)
-                        cairo_move_to(cr, a.x + (b.x - a.x) * (at / segment), a.y + (b.y - a.y) * (at / segment));
-                    cairo_line_to(cr, a.x + (b.x - a.x) * (next / segment), a.y + (b.y - a.y) * (next / segment));
+                        cairo_move_to(cr, entry.x + dx * at, entry.y + dy * at);
+                    cairo_line_to(cr, entry.x + dx * next, entry.y + dy * next);
                     penDown = true;
-                    ++laid;
                 } else {
                     penDown = false;
                 }
-                into += std::max(step, 0.0);
-                if (into >= dashes[index]) {
-                    into = 0;
-                    index = (index + 1) % dashes.size();
-                }
+                if (next >= stretch)
+                    break;
+                into = 0;
+                index = (index + 1) % dashes.size();
                 at = next;
             }
-            phase = std::fmod(phase + (t1 - t0) * segment, period);
+            phase = std::fmod(phase + stretch, period);
             if (t1 < 1) {
                 phase = std::fmod(phase + (1 - t1) * segment, period);
                 penDown = false;
             }
         }
     }
-    return true;
+    return DashRoad::Laid;
 }
 
 }  // namespace
@@ -590,10 +610,19 @@ int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrus
         }
         std::vector<double> dashes;
         pen->DashLengths(dashes);
-        if (!dashes.empty() && LaysDashesItself(path, shape, dashes))
-            cairo_set_dash(cr, nullptr, 0, 0.0);
-        else
+        double ink = 1;
+        switch (dashes.empty() ? DashRoad::Cairo : ChooseDashRoad(path, shape, dashes, ink)) {
+        case DashRoad::Cairo:
             cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
+            break;
+        case DashRoad::Laid:
+            cairo_set_dash(cr, nullptr, 0, 0.0);
+            break;
+        case DashRoad::Dense:
+            cairo_set_dash(cr, nullptr, 0, 0.0);
+            cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0 * ink);
+            break;
+        }
         // A pen whose edge lies past cairo's fixed-point range cannot be
         // placed: its outline wraps, and rasterising the wrapped outline
         // took seconds. Such a pen is narrowed to the range, which changes
@@ -622,8 +651,8 @@ int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrus
     return Status();
 }
 
-bool BitmapEngine::LaysDashesItself(const PathGeometry& path, const StrokeShape& shape,
-                                    const std::vector<double>& dashes)
+DashRoad BitmapEngine::ChooseDashRoad(const PathGeometry& path, const StrokeShape& shape,
+                                      const std::vector<double>& dashes, double& ink)
 {
     cairo_t* cr = context_.get();
     // Dash lengths are in the space of cairo's matrix at this point: the
@@ -631,7 +660,7 @@ bool BitmapEngine::LaysDashesItself(const PathGeometry& path, const StrokeShape&
     cairo_matrix_t toDashSpace;
     cairo_get_matrix(cr, &toDashSpace);
     if (cairo_matrix_invert(&toDashSpace) != CAIRO_STATUS_SUCCESS)
-        return false;
+        return DashRoad::Cairo;
     // The canvas, in dash space, grown by what a join or cap can reach past
     // a dash's end, so a dash cut at the window's edge ends out of sight.
     const double half = shape.width > 0 ? shape.width / 2 : 0.5;
@@ -649,7 +678,7 @@ bool BitmapEngine::LaysDashesItself(const PathGeometry& path, const StrokeShape&
                   std::max(window.bottom, y)};
     }
     window = {window.left - reach, window.top - reach, window.right + reach, window.bottom + reach};
-    return LayDashesInWindow(cr, path, state().transform, toDashSpace, dashes, window);
+    return LayDashesInWindow(cr, path, state().transform, toDashSpace, dashes, window, ink);
 }
 
 int32_t BitmapEngine::PaintImage(const KvBitmap& image, const KvRectangle& destination, const KvRectangle& source,

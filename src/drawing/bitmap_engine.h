@@ -18,6 +18,8 @@
 
 namespace kvdrw::native {
 
+enum class DashRoad { Cairo, Laid, Dense };
+
 class BitmapEngine final : public EngineCore {
 public:
     // ERROR_INV_PARAMETER for a bitmap without pixels or with sizes that do
@@ -42,10 +44,12 @@ private:
     // false when the current transform cannot map anything to the page.
     bool PrepareToDraw();
     bool SetSource(NativeBrush& brush);
-    // For a dashed stroke far longer than the canvas: replaces cairo's path
-    // by the dashes that can be seen, true when it did (then the stroke is
-    // drawn undashed).
-    bool LaysDashesItself(const PathGeometry& path, const StrokeShape& shape, const std::vector<double>& dashes);
+    // How a dashed stroke is drawn: by cairo (Cairo); far longer than the
+    // canvas, with cairo's path replaced by the dashes that can be seen
+    // (Laid); with more of those than anyone can tell apart, whole at the
+    // pattern's share of ink (Dense). Laid and Dense are stroked undashed.
+    DashRoad ChooseDashRoad(const PathGeometry& path, const StrokeShape& shape, const std::vector<double>& dashes,
+                            double& ink);
     int32_t Status() const;
     void CopyIn();
     void CopyOut();

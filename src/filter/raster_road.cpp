@@ -321,6 +321,7 @@ int32_t RasterLoad(KvFilterLoadRequest& request)
         // way to give one, so the road sets its own.
         if (document->maximumElements() == 0)
             document->SetMaximumElements(kvlimits::kMaxFilterFlatElements);
+        document->SetMaximumUseShapes(kvlimits::kMaxFilterUseShapes);
         const K_SvgFlatOptions flatOptions{kSvgFlatOptionsSize, static_cast<double>(target.width),
                                            static_cast<double>(target.height), 0};
         SvgHandle flatHandle = nullptr;

@@ -388,6 +388,12 @@ int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementVie
         if (times(each.drawn, limit) > limit - present)
             return ERROR_MAX_ELEMENTS;
     }
+    if (const uint64_t useShapes = source_ ? source_->maximumUseShapes() : 0; useShapes != 0) {
+        const uint64_t drawn = times(each.drawn, useShapes);
+        if (drawn > useShapes - std::min(useShapesCharged_, useShapes))
+            return ERROR_MAX_ELEMENTS;
+        useShapesCharged_ += drawn;
+    }
     expansionCharged_ += size;
     return SUCCESS;
 }

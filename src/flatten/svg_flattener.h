@@ -97,7 +97,8 @@ public:
     // Charges the elements a top-level use will emit, counted through the
     // uses inside its target, against the run's expansion budget
     // (kvlimits::kMaxUseExpansion), and under an element limit the shapes
-    // they are sure to draw against the room the flat form has left.
+    // they are sure to draw against the room the flat form has left and
+    // the source's bound on shapes its uses copy.
     // ERROR_MAX_ELEMENTS when either would be passed: nothing of that use
     // has been emitted yet.
     // `copies` copies of `target` (pattern tiles) are charged the same way.
@@ -169,6 +170,7 @@ private:
     std::unique_ptr<CSvgClipPathHash> clipPaths_;
     std::unordered_map<pugi::xml_node_struct*, ExpandedCount> expandedSizes_;
     uint64_t expansionCharged_ = 0;
+    uint64_t useShapesCharged_ = 0;
     uint64_t tileElements_ = 0;
     std::unique_ptr<CSvgFontCache> textFonts_;
 };

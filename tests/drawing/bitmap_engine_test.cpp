@@ -311,6 +311,26 @@ TEST(BitmapEngine, HugePensCoverWhatTheyShould)
     EXPECT_EQ(edge.At(11, 5), kvtest::kWhite);
 }
 
+// Dashes a thousandth of a pixel long, along a line a hundred thousand
+// pixels long: more than anyone can tell apart, drawn whole at the
+// pattern's share of ink (a quarter here), in a moment.
+TEST(BitmapEngine, DashesFinerThanPixelsDrawAsTheirShareOfInk)
+{
+    TestBitmap target(100, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(target.bitmap);
+        EngineObject<kvdrw::Pen> pen(*engine);
+        ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 4, kvdrw::kDashCustom), SUCCESS);
+        const double pattern[] = {0.00025, 0.00075};  // of the width: 0.001 and 0.003 pixels
+        ASSERT_EQ(pen->SetDashPattern(pattern, 2), SUCCESS);
+        ASSERT_EQ(engine->DrawLine(pen.get(), -100000, 5, 100, 5), SUCCESS);
+    }
+    const Rgba middle = target.At(50, 4);
+    EXPECT_EQ(middle.red, 255);
+    EXPECT_NEAR(middle.green, 191, 3);  // white under a quarter of red
+    EXPECT_EQ(target.At(50, 0), kvtest::kWhite);
+}
+
 TEST(BitmapEngine, GradientHasItsEndColoursAtItsEnds)
 {
     TestBitmap target(101, 2, 24, KV_ORDER_BGR, KV_TOP_LEFT);

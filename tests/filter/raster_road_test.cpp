@@ -286,6 +286,35 @@ TEST(FilterLoad, StretchesTheDrawingToTheTargetAndTakesTheRequestsResolution)
     EXPECT_EQ(target.yResolution, 150);
 }
 
+// The host cannot bound what a file's uses expand to, so the road does:
+// a symbol of 100 shapes stamped 100 times draws; once more is refused.
+TEST(FilterLoad, UsesMayCopyTenThousandShapes)
+{
+    for (int stamps : {100, 101}) {
+        SCOPED_TRACE(stamps);
+        std::string text = R"~(<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" )~"
+                           R"~(width="100" height="100"><defs><g id="symbol">)~";
+        for (int i = 0; i < 100; ++i)
+            text += "<rect x=\"" + std::to_string(i) + "\" width=\"1\" height=\"1\" fill=\"#ff0000\"/>";
+        // Shapes only a reference draws are not copies that count.
+        text += "<clipPath id=\"unused\"><rect width=\"1\" height=\"1\"/></clipPath></g></defs>";
+        for (int i = 0; i < stamps; ++i)
+            text += "<use xlink:href=\"#symbol\" y=\"" + std::to_string(i % 100) + "\"/>";
+        text += "</svg>";
+        ScratchFile file("stamps.svg", text);
+        KvBitmap target = kvtest::Target(16, 16, 24, KV_ORDER_BGR);
+        Rows rows;
+        KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, &target, &rows, nullptr);
+        EXPECT_EQ(fltLoad(&load), stamps == 100 ? SUCCESS : ERROR_MAX_ELEMENTS);
+        if (stamps == 100) {
+            // Red, with the seams of abutting squares shrunk into each pixel.
+            const Rgb middle = PixelOf(rows, 8, 8);
+            EXPECT_GT(middle.r, 250);
+            EXPECT_LT(middle.g, 128);
+        }
+    }
+}
+
 TEST(FilterLoad, ReadsCompressedFilesLikePlainOnes)
 {
     ScratchFile file("quadrants.svgz", Compressed(kQuadrants));
