@@ -82,9 +82,10 @@ constexpr uint32_t kMaxFilterFlatElements = 100000;
 // Raster road: shapes that uses may copy into that flat form, all uses of
 // the file together. A file of 64 KB holds at most a few thousand shapes of
 // its own; through uses of uses it can ask for the whole element limit,
-// seconds of work. Editors' clones and symbol libraries copy hundreds, a
-// map stamping a symbol on every town a few thousand. ERROR_MAX_ELEMENTS.
-constexpr uint32_t kMaxFilterUseShapes = 10000;
+// seconds of work. Editors' clones and symbol libraries copy hundreds; 5,000
+// copies take 0.6 s in the sanitized fuzzing build, 50 ms in Release.
+// ERROR_MAX_ELEMENTS.
+constexpr uint32_t kMaxFilterUseShapes = 5000;
 
 // Vector road: <use> inside <use>. A symbol of symbols nests a few levels;
 // deeper nesting draws as a missing reference would.
