@@ -3,6 +3,7 @@
 #include <cmath>
 #include <string>
 
+#include "base/safety_limits.h"
 #include "base/utf.h"
 #include "drawing/native_pen.h"
 #include "drawing/text_request.h"
@@ -276,6 +277,13 @@ int32_t NativeGraphicsPath::CombineGeometry(kvdrw::Engine*, kvdrw::GraphicsPath*
     return Edit([&](PathGeometry& g) {
         ClipperLib::Paths mine = g.ToClipperPaths(nullptr, kTolerance);
         ClipperLib::Paths theirs = otherPath->geometry_.ToClipperPaths(nullptr, kTolerance);
+        size_t vertices = 0;
+        for (const ClipperLib::Paths* paths : {&mine, &theirs}) {
+            for (const ClipperLib::Path& polygon : *paths)
+                vertices += polygon.size();
+        }
+        if (vertices > kvlimits::kMaxPathAlgebraVertices)
+            return ERROR_MAX_ELEMENTS;
         ClipperLib::Paths result =
             CombinePolygons(mine, g.fillMode() == 0, theirs, otherPath->geometry_.fillMode() == 0, combineMode);
         g.AssignPolygons(result, kClipperUnitsPerPixel);

@@ -604,11 +604,14 @@ int32_t SvgRenderingUtils::BuildPath(const SvgPathData& data, int32_t fillMode, 
                 cur = end;
                 break;
             }
+            // Into [0, 360) by remainder: stepping by whole turns never ends
+            // for a rotation of 1e100, where a turn is below the rounding.
             double rotation = OrZero(arc.rotationDegrees);
-            while (rotation < 0.0)
+            rotation = std::isfinite(rotation) ? std::fmod(rotation, 360.0) : 0.0;
+            if (rotation < 0.0)
                 rotation += 360.0;
-            while (rotation >= 360.0)
-                rotation -= 360.0;
+            if (rotation >= 360.0)
+                rotation = 0.0;
             const double phi = rotation * 0.017453292519943295;
             const double cosPhi = std::cos(phi), sinPhi = std::sin(phi);
             const double hx = (cur.x - end.x) / 2, hy = (cur.y - end.y) / 2;

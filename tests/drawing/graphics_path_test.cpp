@@ -1,5 +1,6 @@
 #include <cmath>
 #include <numbers>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -126,6 +127,32 @@ TEST(GraphicsPath, UnionAndIntersectionHaveTheRightArea)
         ASSERT_EQ(first->CombineGeometry(engine.get(), second.get(), c.mode), SUCCESS);
         EXPECT_EQ(first->GetFillMode(), kvdrw::kFillWinding);
         EXPECT_NEAR(AreaOf(*engine, *first.get()), c.expected, c.expected * 0.005);
+    }
+}
+
+// The clipper's work grows with the square of crossing edges, so path
+// algebra takes at most 20,000 vertices; past them the path stays as it was.
+TEST(GraphicsPath, AlgebraOnTooManyVerticesIsRefusedAndChangesNothing)
+{
+    ScopedEngine engine;
+    for (int count : {19990, 20001}) {
+        SCOPED_TRACE(count);
+        EngineObject<kvdrw::GraphicsPath> zigzag(*engine), square(*engine);
+        ASSERT_EQ(engine->CreatePath(zigzag.out()), SUCCESS);
+        ASSERT_EQ(engine->CreatePath(square.out()), SUCCESS);
+        std::vector<KvPoint> points;
+        for (int i = 0; i < count - 4; ++i)
+            points.push_back({i * 0.01, i % 2 ? 0.0 : 10.0});
+        ASSERT_EQ(zigzag->AddPolygon(points.data(), static_cast<int32_t>(points.size())), SUCCESS);
+        ASSERT_EQ(square->AddRectangle(0, 0, 10, 10), SUCCESS);
+        const double before = AreaOf(*engine, *zigzag.get());
+        const int32_t status = zigzag->CombineGeometry(engine.get(), square.get(), kvdrw::kCombineUnion);
+        if (count <= 20000) {
+            EXPECT_EQ(status, SUCCESS);
+        } else {
+            EXPECT_EQ(status, ERROR_MAX_ELEMENTS);
+            EXPECT_DOUBLE_EQ(AreaOf(*engine, *zigzag.get()), before);
+        }
     }
 }
 

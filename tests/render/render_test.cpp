@@ -2,6 +2,7 @@
 // family. Documents are written by hand in the flat form (root space, full
 // style, IsFlat="true") unless a test flattens on purpose.
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -139,6 +140,30 @@ TEST(Draw, PaintsThatDecideColourAndCoverage)
         Draw(Flat(c.body), canvas, &options);
         EXPECT_PIXEL(canvas, c.x, c.y, c.expected);
     }
+}
+
+// An arc's rotation counts modulo a turn, also where a turn is below the
+// rounding of the number (stepping by turns never ended there).
+TEST(Draw, AnArcRotatedByAGoogolDrawsAsItsRemainder)
+{
+    const double huge = 1e100;
+    char remainder[64];
+    std::snprintf(remainder, sizeof(remainder), "%.17g", std::fmod(huge, 360.0));
+    auto arc = [](const std::string& rotation) {
+        return Flat(R"~(<path d="M2 10 A8 3 )~" + rotation + R"~( 1 0 18 10 Z" fill="#ff0000"/>)~");
+    };
+    Canvas far(20, 20), near(20, 20);
+    const SvgRenderOptions options = PlainOptions();
+    Draw(arc("1e100"), far, &options);
+    Draw(arc(remainder), near, &options);
+    int red = 0;
+    for (int y = 0; y < 20; ++y) {
+        for (int x = 0; x < 20; ++x) {
+            EXPECT_TRUE(Near(far.At(x, y), near.At(x, y))) << x << "," << y;
+            red += near.At(x, y).r > 128 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(red, 20);
 }
 
 TEST(Draw, StrokesAtTheirWidthAndDropsAZeroStroke)
