@@ -308,6 +308,14 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
     return DashRoad::Laid;
 }
 
+// A matrix of finite entries whose determinant is a normal number.
+bool IsOrdinaryMatrix(const cairo_matrix_t& m)
+{
+    const double determinant = m.xx * m.yy - m.xy * m.yx;
+    return std::isfinite(m.xx) && std::isfinite(m.yx) && std::isfinite(m.xy) && std::isfinite(m.yy) &&
+           std::isfinite(m.x0) && std::isfinite(m.y0) && std::isnormal(determinant);
+}
+
 }  // namespace
 
 int32_t BitmapEngine::Create(KvBitmap& bitmap, BitmapEngine** engine)
@@ -725,6 +733,18 @@ int32_t BitmapEngine::PaintImage(const KvBitmap& image, const KvRectangle& desti
     if (!PrepareToDraw())
         return SUCCESS;
     cairo_t* cr = context_.get();
+    // The same goes for the placement under the current transform, checked
+    // before cairo sees it: a whole whose inverse overflows or vanishes puts
+    // the context into an error state that outlives the draw, and loses the
+    // pattern cairo makes for the picture.
+    cairo_matrix_t whole, placement;
+    cairo_get_matrix(cr, &whole);
+    cairo_matrix_init(&placement, scaleX, 0, 0, scaleY, destination.x, destination.y);
+    cairo_matrix_multiply(&whole, &placement, &whole);
+    cairo_matrix_t inverse = whole;
+    if (!IsOrdinaryMatrix(whole) || cairo_matrix_invert(&inverse) != CAIRO_STATUS_SUCCESS ||
+        !IsOrdinaryMatrix(inverse))
+        return SUCCESS;
     cairo_save(cr);
     cairo_translate(cr, destination.x, destination.y);
     cairo_scale(cr, scaleX, scaleY);

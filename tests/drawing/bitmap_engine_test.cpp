@@ -415,6 +415,7 @@ TEST(BitmapEngine, ImagePlacementNoMatrixCanHoldDrawsNothingAndLeavesTheEngineWo
         KvRectangle destination;
         KvRectangle source;
         int32_t status;
+        double transformScale = 1;
     } cases[] = {
         {"a scale that overflows", {0, 0, 1e300, 1e300}, {0, 0, 4, 4}, SUCCESS},
         {"a scale that vanishes", {0, 0, 1e-320, 4}, {0, 0, 4, 4}, SUCCESS},
@@ -422,6 +423,9 @@ TEST(BitmapEngine, ImagePlacementNoMatrixCanHoldDrawsNothingAndLeavesTheEngineWo
         {"an infinite width", {0, 0, inf, 4}, {0, 0, 4, 4}, ERROR_INV_PARAMETER},
         {"a place that is not a number", {nan, 0, 4, 4}, {0, 0, 4, 4}, ERROR_INV_PARAMETER},
         {"a source that is not a number", {0, 0, 4, 4}, {nan, 0, 4, 4}, ERROR_INV_PARAMETER},
+        // Each fine alone; under the transform the whole vanishes or overflows.
+        {"a small scale under a small transform", {0, 0, 4e-160, 4e-160}, {0, 0, 4, 4}, SUCCESS, 1e-160},
+        {"a large scale under a large transform", {0, 0, 4e160, 4e160}, {0, 0, 4, 4}, SUCCESS, 1e160},
     };
     TestBitmap picture(4, 4, 24, KV_ORDER_BGR, KV_TOP_LEFT, {0, 0, 255, 255});
     for (const auto& c : cases) {
@@ -429,8 +433,11 @@ TEST(BitmapEngine, ImagePlacementNoMatrixCanHoldDrawsNothingAndLeavesTheEngineWo
         TestBitmap target(4, 4, 32, KV_ORDER_BGR, KV_TOP_LEFT);
         {
             ScopedEngine engine(target.bitmap);
+            const KvMatrix transform = {c.transformScale, 0, 0, c.transformScale, 0, 0, 0};
+            ASSERT_EQ(engine->SetTransform(&transform), SUCCESS);
             EXPECT_EQ(engine->DrawImage(&picture.bitmap, &c.destination, &c.source, 1.0), c.status);
             EXPECT_EQ(target.At(1, 1), kvtest::kWhite);
+            ASSERT_EQ(engine->ResetTransform(), SUCCESS);
             // The engine still draws: the refused image left no error behind.
             EngineObject<kvdrw::SolidBrush> brush(*engine);
             const KvColor red = {255, 255, 0, 0};
