@@ -60,8 +60,9 @@ public:
     uint32_t maximumElements() const { return maximumElements_; }
     uint32_t elementCount() const { return elementCount_; }
     // Shapes the uses of this document may copy into one flat form, all
-    // uses together; 0: no bound beyond the element limit. For callers that
-    // cannot set a limit of their own.
+    // uses together, and four times as many elements of any kind (groups
+    // and uses whose copies come out empty cost a walk each); 0: no bound
+    // beyond the element limit. For callers that cannot set a limit.
     void SetMaximumUseShapes(uint32_t limit) { maximumUseShapes_ = limit; }
     uint32_t maximumUseShapes() const { return maximumUseShapes_; }
     void BeginUpdate() { ++updateDepth_; }

@@ -308,6 +308,16 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
     return DashRoad::Laid;
 }
 
+// A transform that maps a square to a sliver less than a trillionth as wide
+// as it is long: whatever it draws has no area anyone can see, and cairo's
+// stroker, working through the inverse, loops for minutes on it.
+bool SquashesToALine(const KvMatrix& m)
+{
+    const double longest = std::max(std::hypot(m.m11, m.m12), std::hypot(m.m21, m.m22));
+    const double area = std::fabs(m.m11 * m.m22 - m.m12 * m.m21);
+    return !(area >= 1e-12 * longest * longest);
+}
+
 // A matrix of finite entries whose determinant is a normal number.
 bool IsOrdinaryMatrix(const cairo_matrix_t& m)
 {
@@ -504,7 +514,7 @@ bool BitmapEngine::PrepareToDraw()
         }
         appliedClip_ = clipGeneration();
     }
-    if (!MatrixIsInvertible(state().transform))
+    if (!MatrixIsInvertible(state().transform) || SquashesToALine(state().transform))
         return false;
     cairo_matrix_t matrix = ToCairo(state().transform);
     cairo_set_matrix(cr, &matrix);

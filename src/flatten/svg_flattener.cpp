@@ -374,6 +374,9 @@ int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementVie
     uint64_t budget = kvlimits::kMaxUseExpansion;
     if (limit != 0)
         budget = std::min<uint64_t>(budget, limit * kvlimits::kUseExpansionPerElement);
+    const uint64_t useShapes = source_ ? source_->maximumUseShapes() : 0;
+    if (useShapes != 0)
+        budget = std::min<uint64_t>(budget, useShapes * kvlimits::kUseExpansionPerElement);
     const ExpandedCount each = ExpandedSize(context, target);
     auto times = [&](uint64_t count, uint64_t cap) { return copies != 0 && count > cap / copies ? cap + 1 : count * copies; };
     const uint64_t size = times(each.nodes, budget);
@@ -388,7 +391,7 @@ int32_t CSvgFlattener::ChargeExpansion(const CSvgContext& context, SvgElementVie
         if (times(each.drawn, limit) > limit - present)
             return ERROR_MAX_ELEMENTS;
     }
-    if (const uint64_t useShapes = source_ ? source_->maximumUseShapes() : 0; useShapes != 0) {
+    if (useShapes != 0) {
         const uint64_t drawn = times(each.drawn, useShapes);
         if (drawn > useShapes - std::min(useShapesCharged_, useShapes))
             return ERROR_MAX_ELEMENTS;

@@ -315,6 +315,26 @@ TEST(FilterLoad, UsesMayCopyFiveThousandShapes)
     }
 }
 
+// Copies that come out empty draw nothing, but each costs a walk: four
+// levels of ten uses of an empty group are refused as well.
+TEST(FilterLoad, UsesOfEmptyGroupsAreBoundedToo)
+{
+    std::string text = R"~(<svg xmlns="http://www.w3.org/2000/svg" xmlns:xlink="http://www.w3.org/1999/xlink" )~"
+                       R"~(width="10" height="10"><defs><g id="l0"/>)~";
+    for (int level = 1; level <= 4; ++level) {
+        text += "<g id=\"l" + std::to_string(level) + "\">";
+        for (int i = 0; i < 10; ++i)
+            text += "<use xlink:href=\"#l" + std::to_string(level - 1) + "\"/>";
+        text += "</g>";
+    }
+    text += R"~(</defs><use xlink:href="#l4"/></svg>)~";
+    ScratchFile file("empty-uses.svg", text);
+    KvBitmap target = kvtest::Target(8, 8, 24, KV_ORDER_BGR);
+    Rows rows;
+    KvFilterLoadRequest load = kvtest::LoadRequest(file.wide, &target, &rows, nullptr);
+    EXPECT_EQ(fltLoad(&load), ERROR_MAX_ELEMENTS);
+}
+
 TEST(FilterLoad, ReadsCompressedFilesLikePlainOnes)
 {
     ScratchFile file("quadrants.svgz", Compressed(kQuadrants));
