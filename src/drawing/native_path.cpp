@@ -251,9 +251,11 @@ int32_t NativeGraphicsPath::Widen(kvdrw::Pen* pen, const KvMatrix* matrix, doubl
     auto* nativePen = dynamic_cast<NativePen*>(pen);
     if (!nativePen)
         return ERROR_INV_PARAMETER;
+    // Widening runs the same polygon clipper as path algebra, with the
+    // same cost on self-crossing outlines, so it takes the same bound.
     return Edit([&](PathGeometry& g) {
-        g.Widen(nativePen->shape(), matrix, flatness);
-        return SUCCESS;
+        return g.Widen(nativePen->shape(), matrix, flatness, kvlimits::kMaxPathAlgebraVertices) ? SUCCESS
+                                                                                                  : ERROR_MAX_ELEMENTS;
     });
 }
 

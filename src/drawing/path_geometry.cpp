@@ -411,10 +411,15 @@ bool PathGeometry::Contains(double x, double y) const
     return fillMode_ ? winding != 0 : (crossings & 1) != 0;
 }
 
-void PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness)
+bool PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness, size_t maxVertices)
 {
     std::vector<Polyline> lines;
     Flatten(matrix, flatness > 0 ? flatness : 0.25, lines);
+    size_t vertices = 0;
+    for (const Polyline& line : lines)
+        vertices += line.points.size();
+    if (vertices > maxVertices)
+        return false;
     // Round joins and caps come out within a quarter pixel of the circle,
     // but never in more than about 200 steps a turn: a stroke a million
     // pixels wide would otherwise put thousands of points in every join
@@ -447,6 +452,7 @@ void PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, doub
     ClipperLib::Paths outline;
     offset.Execute(outline, stroke.width * scale / 2 * kClipperUnitsPerPixel);
     AssignPolygons(outline, kClipperUnitsPerPixel);
+    return true;
 }
 
 ClipperLib::Paths CombinePolygons(const ClipperLib::Paths& first, bool firstEvenOdd, const ClipperLib::Paths& second,

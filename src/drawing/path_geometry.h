@@ -96,8 +96,9 @@ public:
     ClipperLib::Paths ToClipperPaths(const KvMatrix* matrix, double tolerance) const;
     // Non-zero when (x, y) is inside under the path's own fill mode.
     bool Contains(double x, double y) const;
-    // Replaces this path by the outline of its stroke.
-    void Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness);
+    // Replaces this path by the outline of its stroke; false, the path as it
+    // was, when flattened it has more than `maxVertices` vertices.
+    bool Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness, size_t maxVertices);
 
     // Walks the figures: sink.MoveTo(p), LineTo(p), CurveTo(c1, c2, p), Close().
     template <class Sink>

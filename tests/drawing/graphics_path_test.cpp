@@ -131,7 +131,8 @@ TEST(GraphicsPath, UnionAndIntersectionHaveTheRightArea)
 }
 
 // The clipper's work grows with the square of crossing edges, so path
-// algebra takes at most 20,000 vertices; past them the path stays as it was.
+// algebra and widening take at most 20,000 vertices; past them the path
+// stays as it was.
 TEST(GraphicsPath, AlgebraOnTooManyVerticesIsRefusedAndChangesNothing)
 {
     ScopedEngine engine;
@@ -146,6 +147,22 @@ TEST(GraphicsPath, AlgebraOnTooManyVerticesIsRefusedAndChangesNothing)
         ASSERT_EQ(zigzag->AddPolygon(points.data(), static_cast<int32_t>(points.size())), SUCCESS);
         ASSERT_EQ(square->AddRectangle(0, 0, 10, 10), SUCCESS);
         const double before = AreaOf(*engine, *zigzag.get());
+        // Widening runs the same clipper and takes the same bound, for the
+        // path alone.
+        if (count > 20000) {
+            EngineObject<kvdrw::GraphicsPath> longer(*engine);
+            EngineObject<kvdrw::Pen> pen(*engine);
+            ASSERT_EQ(engine->CreatePath(longer.out()), SUCCESS);
+            points.push_back({0, 20});
+            points.push_back({0, 30});
+            points.push_back({0, 40});
+            points.push_back({0, 50});
+            ASSERT_EQ(longer->AddPolygon(points.data(), static_cast<int32_t>(points.size())), SUCCESS);
+            ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 1, kvdrw::kDashSolid), SUCCESS);
+            const double area = AreaOf(*engine, *longer.get());
+            EXPECT_EQ(longer->Widen(pen.get(), nullptr, 0.25), ERROR_MAX_ELEMENTS);
+            EXPECT_DOUBLE_EQ(AreaOf(*engine, *longer.get()), area);
+        }
         const int32_t status = zigzag->CombineGeometry(engine.get(), square.get(), kvdrw::kCombineUnion);
         if (count <= 20000) {
             EXPECT_EQ(status, SUCCESS);
