@@ -8,6 +8,7 @@
 #include "base/bitmap.h"
 #include "base/geometry.h"
 #include "base/tracked_memory.h"
+#include "drawing/window_cut.h"
 
 namespace kvdrw::native {
 
@@ -156,43 +157,16 @@ constexpr double kMaxCairoDashes = 10000;
 // stroke is drawn whole, as light as the pattern's share of ink.
 constexpr double kMaxWindowDashes = 20000;
 
-struct DashWindow {
-    double left, top, right, bottom;
-};
-
-// Where along a -> b (0 to 1) the segment lies inside the window; false when
-// it misses it.
-bool SegmentInWindow(const KvPoint& a, const KvPoint& b, const DashWindow& w, double& t0, double& t1)
-{
-    t0 = 0;
-    t1 = 1;
-    const double d[2] = {b.x - a.x, b.y - a.y};
-    const double from[2] = {a.x, a.y};
-    const double low[2] = {w.left, w.top}, high[2] = {w.right, w.bottom};
-    for (int axis = 0; axis < 2; ++axis) {
-        if (d[axis] == 0) {
-            if (from[axis] < low[axis] || from[axis] > high[axis])
-                return false;
-            continue;
-        }
-        double enter = (low[axis] - from[axis]) / d[axis], leave = (high[axis] - from[axis]) / d[axis];
-        if (enter > leave)
-            std::swap(enter, leave);
-        t0 = std::max(t0, enter);
-        t1 = std::min(t1, leave);
-    }
-    return t0 < t1;
-}
-
 // Lays the pen's dashes along the path as separate figures of the cairo path,
 // in the space of cairo's current matrix (`toDashSpace` takes device points
 // there), only where they fall inside `window`; nothing between (Laid).
-// Cairo when cairo's own dashing costs little enough, or the pattern has no
-// length; Dense when the dashes inside the window are too many to lay, with
+// Cairo when cairo's own dashing costs little enough and the path is not
+// `mustLay` (cut to the window, it would start its pattern afresh at every
+// cut), or the pattern has no length; Dense when the dashes inside the window are too many to lay, with
 // the pattern's share of ink in `ink`. Only Laid changes cairo's path.
 DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix& toDevice,
-                           const cairo_matrix_t& toDashSpace, std::vector<double> dashes, const DashWindow& window,
-                           double& ink)
+                           const cairo_matrix_t& toDashSpace, std::vector<double> dashes, const DeviceWindow& window,
+                           bool mustLay, double& ink)
 {
     if (dashes.size() % 2 == 1)
         dashes.insert(dashes.end(), dashes.begin(), dashes.end());
@@ -220,7 +194,7 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
             outline += std::hypot(p.x - previous.x, p.y - previous.y);
         previous = p;
     }
-    if (!(2 * outline / period > kMaxCairoDashes))
+    if (!mustLay && !(2 * outline / period > kMaxCairoDashes))
         return DashRoad::Cairo;
     std::vector<Polyline> lines;
     path.Flatten(&toDevice, 0.25, lines);
@@ -233,7 +207,7 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
         for (size_t i = 1; i < line.points.size(); ++i)
             length += std::hypot(line.points[i].x - line.points[i - 1].x, line.points[i].y - line.points[i - 1].y);
     }
-    if (!(length / period > kMaxCairoDashes))
+    if (!mustLay && !(length / period > kMaxCairoDashes))
         return DashRoad::Cairo;
     double seen = 0;
     for (const Polyline& line : lines) {
@@ -248,10 +222,12 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
         return DashRoad::Dense;
 
     cairo_new_path(cr);
+    std::vector<std::vector<KvPoint>> laid;
     for (const Polyline& line : lines) {
         // Every figure starts the pattern afresh, as cairo's dashing does.
         double phase = 0;  // how far into the period
-        bool penDown = false;
+        bool penDown = false, walked = false, firstDashAtStart = false;
+        laid.clear();
         for (size_t i = 1; i < line.points.size(); ++i) {
             const KvPoint a = line.points[i - 1], b = line.points[i];
             const double segment = std::hypot(b.x - a.x, b.y - a.y);
@@ -261,6 +237,7 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
             if (!SegmentInWindow(a, b, window, t0, t1)) {
                 phase = std::fmod(phase + segment, period);
                 penDown = false;
+                walked = true;
                 continue;
             }
             if (t0 > 0) {
@@ -285,9 +262,12 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
                 const double step = std::max(std::min(dashes[index] - into, stretch - at), 0.0);
                 const double next = at + step;
                 if (index % 2 == 0 && step > 0) {
-                    if (!penDown)
-                        cairo_move_to(cr, entry.x + dx * at, entry.y + dy * at);
-                    cairo_line_to(cr, entry.x + dx * next, entry.y + dy * next);
+                    if (!penDown) {
+                        if (laid.empty())
+                            firstDashAtStart = !walked && t0 == 0 && at == 0;
+                        laid.push_back({{entry.x + dx * at, entry.y + dy * at}});
+                    }
+                    laid.back().push_back({entry.x + dx * next, entry.y + dy * next});
                     penDown = true;
                 } else {
                     penDown = false;
@@ -303,6 +283,18 @@ DashRoad LayDashesInWindow(cairo_t* cr, const PathGeometry& path, const KvMatrix
                 phase = std::fmod(phase + (1 - t1) * segment, period);
                 penDown = false;
             }
+            walked = true;
+        }
+        // A closed figure whose pattern is on both where it ends and where
+        // it starts has one dash through its start, with the join there.
+        if (line.closed && penDown && firstDashAtStart && laid.size() > 1) {
+            laid.back().insert(laid.back().end(), laid.front().begin() + 1, laid.front().end());
+            laid.erase(laid.begin());
+        }
+        for (const std::vector<KvPoint>& dash : laid) {
+            cairo_move_to(cr, dash[0].x, dash[0].y);
+            for (size_t k = 1; k < dash.size(); ++k)
+                cairo_line_to(cr, dash[k].x, dash[k].y);
         }
     }
     return DashRoad::Laid;
@@ -596,81 +588,129 @@ int32_t BitmapEngine::Paint(const PathGeometry& path, NativePen* pen, NativeBrus
         return ERROR_INV_PARAMETER;
     if (!PrepareToDraw())
         return SUCCESS;
-    cairo_t* cr = context_.get();
-    cairo_new_path(cr);
-    CairoSink sink{cr};
-    path.Replay(sink);
-    if (brush) {
-        if (!SetSource(*brush)) {
-            cairo_new_path(cr);
-            return ERROR_NO_MEMORY;
+    try {
+        if (brush) {
+            if (int32_t status = Fill(path, *brush, isText); status != SUCCESS)
+                return status;
         }
-        cairo_set_antialias(cr, Antialias(isText ? state().qualityB : state().qualityA));
-        cairo_set_fill_rule(cr, path.fillMode() ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
-        cairo_fill_preserve(cr);
+        if (pen)
+            Stroke(path, *pen);
+    } catch (const std::bad_alloc&) {
+        cairo_new_path(context_.get());
+        return ERROR_NO_MEMORY;
     }
-    if (pen) {
-        const KvColor& c = pen->color();
-        cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0);
-        cairo_set_antialias(cr, Antialias(state().qualityA));
-        const StrokeShape shape = pen->shape();
-        static const cairo_line_cap_t kCaps[] = {CAIRO_LINE_CAP_BUTT, CAIRO_LINE_CAP_SQUARE, CAIRO_LINE_CAP_ROUND};
-        static const cairo_line_join_t kJoins[] = {CAIRO_LINE_JOIN_MITER, CAIRO_LINE_JOIN_BEVEL, CAIRO_LINE_JOIN_ROUND};
-        cairo_set_line_cap(cr, kCaps[std::clamp(shape.lineCap, 0, 2)]);
-        cairo_set_line_join(cr, kJoins[std::clamp(shape.lineJoin, 0, 2)]);
-        cairo_set_miter_limit(cr, shape.miterLimit);
-        if (shape.width > 0) {
-            cairo_set_line_width(cr, shape.width);
-        } else {
-            // A pen of width 0 draws the thinnest line the page can show.
-            cairo_identity_matrix(cr);
-            cairo_set_line_width(cr, 1.0);
-        }
-        std::vector<double> dashes;
-        pen->DashLengths(dashes);
-        double ink = 1;
-        switch (dashes.empty() ? DashRoad::Cairo : ChooseDashRoad(path, shape, dashes, ink)) {
-        case DashRoad::Cairo:
-            cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
-            break;
-        case DashRoad::Laid:
-            cairo_set_dash(cr, nullptr, 0, 0.0);
-            break;
-        case DashRoad::Dense:
-            cairo_set_dash(cr, nullptr, 0, 0.0);
-            cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0 * ink);
-            break;
-        }
-        // A pen whose edge lies past cairo's fixed-point range cannot be
-        // placed: its outline wraps, and rasterising the wrapped outline
-        // took seconds. Such a pen is narrowed to the range, which changes
-        // the picture only for a path millions of pixels off the canvas.
-        // cairo also rounds joins and caps with a polygon as fine as its
-        // tolerance, millions of vertices for a pen millions of pixels
-        // wide: past kMaxPreciseStrokeRadius the tolerance grows with the
-        // pen, an error of one part in 650,000 of its width.
-        cairo_matrix_t toDevice;
-        cairo_get_matrix(cr, &toDevice);
-        double radius = (shape.width > 0 ? shape.width / 2 : 0.5) *
-                        std::sqrt(toDevice.xx * toDevice.xx + toDevice.yx * toDevice.yx +
-                                  toDevice.xy * toDevice.xy + toDevice.yy * toDevice.yy);
-        if (shape.width > 0 && radius > kCairoSafeCoordinate) {
-            cairo_set_line_width(cr, shape.width * (kCairoSafeCoordinate / radius));
-            radius = kCairoSafeCoordinate;
-        }
-        const bool coarse = radius > kMaxPreciseStrokeRadius;
-        if (coarse)
-            cairo_set_tolerance(cr, kCairoTolerance * radius / kMaxPreciseStrokeRadius);
-        cairo_stroke_preserve(cr);
-        if (coarse)
-            cairo_set_tolerance(cr, kCairoTolerance);
-    }
-    cairo_new_path(cr);
+    cairo_new_path(context_.get());
     return Status();
 }
 
+// A path that reaches past cairo's fixed-point range wraps there, and
+// rasterising what it wraps into took seconds for a line of text set a
+// hundred million billion pixels high. Such a path is cut to the canvas
+// first, in device space, and handed to cairo there.
+void BitmapEngine::BuildPath(const PathGeometry& path, bool reachesPastCairo, const DeviceWindow& window, bool forFill)
+{
+    cairo_t* cr = context_.get();
+    cairo_new_path(cr);
+    if (!reachesPastCairo) {
+        CairoSink sink{cr};
+        path.Replay(sink);
+        return;
+    }
+    const PathGeometry cut = forFill ? CutToWindowForFill(path, state().transform, window, kCairoTolerance)
+                                     : CutToWindowForStroke(path, state().transform, window, kCairoTolerance);
+    // cairo holds a path in device space once it is built: the matrix
+    // matters again only for the pen that strokes it.
+    cairo_identity_matrix(cr);
+    CairoSink sink{cr};
+    cut.Replay(sink);
+    const cairo_matrix_t matrix = ToCairo(state().transform);
+    cairo_set_matrix(cr, &matrix);
+}
+
+int32_t BitmapEngine::Fill(const PathGeometry& path, NativeBrush& brush, bool isText)
+{
+    cairo_t* cr = context_.get();
+    if (!SetSource(brush))
+        return ERROR_NO_MEMORY;
+    const DeviceWindow canvas{-kCanvasMargin, -kCanvasMargin, bitmap_.width + kCanvasMargin,
+                              bitmap_.height + kCanvasMargin};
+    BuildPath(path, ReachesPast(path, state().transform, kCairoSafeCoordinate), canvas, true);
+    cairo_set_antialias(cr, Antialias(isText ? state().qualityB : state().qualityA));
+    cairo_set_fill_rule(cr, path.fillMode() ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
+    cairo_fill(cr);
+    return SUCCESS;
+}
+
+void BitmapEngine::Stroke(const PathGeometry& path, NativePen& pen)
+{
+    cairo_t* cr = context_.get();
+    const KvColor& c = pen.color();
+    const StrokeShape shape = pen.shape();
+    // A pen whose edge lies past cairo's fixed-point range cannot be
+    // placed: its outline wraps, and rasterising the wrapped outline
+    // took seconds. Such a pen is narrowed to the range, which changes
+    // the picture only for a path millions of pixels off the canvas.
+    // cairo also rounds joins and caps with a polygon as fine as its
+    // tolerance, millions of vertices for a pen millions of pixels
+    // wide: past kMaxPreciseStrokeRadius the tolerance grows with the
+    // pen, an error of one part in 650,000 of its width.
+    const KvMatrix& m = state().transform;
+    double radius = shape.width > 0 ? shape.width / 2 * std::sqrt(m.m11 * m.m11 + m.m12 * m.m12 + m.m21 * m.m21 +
+                                                                  m.m22 * m.m22)
+                                    : 0.5;
+    const bool narrowed = shape.width > 0 && radius > kCairoSafeCoordinate;
+    const double width = narrowed ? shape.width * (kCairoSafeCoordinate / radius) : shape.width;
+    radius = std::min(radius, kCairoSafeCoordinate);
+
+    // Cut, a path keeps what lies within reach of the canvas: a join or cap
+    // reaches no further from its point than this.
+    const double reach = radius * std::max(shape.miterLimit, 1.5) + 1.0;
+    const DeviceWindow window{std::max(-kCanvasMargin - reach, -kCairoSafeCoordinate),
+                              std::max(-kCanvasMargin - reach, -kCairoSafeCoordinate),
+                              std::min(bitmap_.width + kCanvasMargin + reach, kCairoSafeCoordinate),
+                              std::min(bitmap_.height + kCanvasMargin + reach, kCairoSafeCoordinate)};
+    const bool reachesPastCairo = ReachesPast(path, m, kCairoSafeCoordinate);
+    BuildPath(path, reachesPastCairo, window, false);
+
+    cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0);
+    cairo_set_antialias(cr, Antialias(state().qualityA));
+    static const cairo_line_cap_t kCaps[] = {CAIRO_LINE_CAP_BUTT, CAIRO_LINE_CAP_SQUARE, CAIRO_LINE_CAP_ROUND};
+    static const cairo_line_join_t kJoins[] = {CAIRO_LINE_JOIN_MITER, CAIRO_LINE_JOIN_BEVEL, CAIRO_LINE_JOIN_ROUND};
+    cairo_set_line_cap(cr, kCaps[std::clamp(shape.lineCap, 0, 2)]);
+    cairo_set_line_join(cr, kJoins[std::clamp(shape.lineJoin, 0, 2)]);
+    cairo_set_miter_limit(cr, shape.miterLimit);
+    if (shape.width > 0) {
+        cairo_set_line_width(cr, width);
+    } else {
+        // A pen of width 0 draws the thinnest line the page can show.
+        cairo_identity_matrix(cr);
+        cairo_set_line_width(cr, 1.0);
+    }
+    std::vector<double> dashes;
+    pen.DashLengths(dashes);
+    double ink = 1;
+    switch (dashes.empty() ? DashRoad::Cairo : ChooseDashRoad(path, shape, dashes, reachesPastCairo, ink)) {
+    case DashRoad::Cairo:
+        cairo_set_dash(cr, dashes.empty() ? nullptr : dashes.data(), static_cast<int>(dashes.size()), 0.0);
+        break;
+    case DashRoad::Laid:
+        cairo_set_dash(cr, nullptr, 0, 0.0);
+        break;
+    case DashRoad::Dense:
+        cairo_set_dash(cr, nullptr, 0, 0.0);
+        cairo_set_source_rgba(cr, c.red / 255.0, c.green / 255.0, c.blue / 255.0, c.alpha / 255.0 * ink);
+        break;
+    }
+    const bool coarse = radius > kMaxPreciseStrokeRadius;
+    if (coarse)
+        cairo_set_tolerance(cr, kCairoTolerance * radius / kMaxPreciseStrokeRadius);
+    cairo_stroke(cr);
+    if (coarse)
+        cairo_set_tolerance(cr, kCairoTolerance);
+}
+
 DashRoad BitmapEngine::ChooseDashRoad(const PathGeometry& path, const StrokeShape& shape,
-                                      const std::vector<double>& dashes, double& ink)
+                                      const std::vector<double>& dashes, bool reachesPastCairo, double& ink)
 {
     cairo_t* cr = context_.get();
     // Dash lengths are in the space of cairo's matrix at this point: the
@@ -687,7 +727,7 @@ DashRoad BitmapEngine::ChooseDashRoad(const PathGeometry& path, const StrokeShap
                                   {bitmap_.width + kCanvasMargin, -kCanvasMargin},
                                   {-kCanvasMargin, bitmap_.height + kCanvasMargin},
                                   {bitmap_.width + kCanvasMargin, bitmap_.height + kCanvasMargin}};
-    DashWindow window{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
+    DeviceWindow window{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
                       -std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
     for (const auto& corner : corners) {
         double x = corner[0], y = corner[1];
@@ -696,7 +736,7 @@ DashRoad BitmapEngine::ChooseDashRoad(const PathGeometry& path, const StrokeShap
                   std::max(window.bottom, y)};
     }
     window = {window.left - reach, window.top - reach, window.right + reach, window.bottom + reach};
-    return LayDashesInWindow(cr, path, state().transform, toDashSpace, dashes, window, ink);
+    return LayDashesInWindow(cr, path, state().transform, toDashSpace, dashes, window, reachesPastCairo, ink);
 }
 
 int32_t BitmapEngine::PaintImage(const KvBitmap& image, const KvRectangle& destination, const KvRectangle& source,

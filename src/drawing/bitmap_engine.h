@@ -14,6 +14,7 @@
 
 #include "drawing/engine_core.h"
 #include "drawing/third_party_handles.h"
+#include "drawing/window_cut.h"
 #include "kvsvg/kvbase.h"
 
 namespace kvdrw::native {
@@ -48,8 +49,15 @@ private:
     // canvas, with cairo's path replaced by the dashes that can be seen
     // (Laid); with more of those than anyone can tell apart, whole at the
     // pattern's share of ink (Dense). Laid and Dense are stroked undashed.
+    // A path reaching past cairo's range is never left to cairo's dashing.
     DashRoad ChooseDashRoad(const PathGeometry& path, const StrokeShape& shape, const std::vector<double>& dashes,
-                            double& ink);
+                            bool reachesPastCairo, double& ink);
+    // cairo's path for filling or stroking `path`: the path itself, or,
+    // when it reaches past cairo's range, what of it the window shows.
+    void BuildPath(const PathGeometry& path, bool reachesPastCairo, const DeviceWindow& window, bool forFill);
+    // Both throw std::bad_alloc.
+    int32_t Fill(const PathGeometry& path, NativeBrush& brush, bool isText);
+    void Stroke(const PathGeometry& path, NativePen& pen);
     int32_t Status() const;
     void CopyIn();
     void CopyOut();

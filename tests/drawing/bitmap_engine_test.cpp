@@ -267,6 +267,55 @@ TEST(BitmapEngine, DashesOfAVeryLongStrokeLandWhereShortOnesDo)
     }
 }
 
+// Shapes whose corners lie past cairo's fixed-point range are cut to the
+// canvas before cairo sees them: what shows is what the same shapes with
+// near corners show, fill, dashes and the miter at the corner they start
+// from included, under a matrix or without.
+TEST(BitmapEngine, ShapesReachingPastCairosRangeDrawWhatShows)
+{
+    for (double scale : {1.0, 0.5}) {
+        SCOPED_TRACE(scale);
+        TestBitmap near(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT), far(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+        for (TestBitmap* target : {&near, &far}) {
+            ScopedEngine engine(target->bitmap);
+            EngineObject<kvdrw::Pen> pen(*engine);
+            ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 2 / scale, kvdrw::kDashDash), SUCCESS);
+            EngineObject<kvdrw::SolidBrush> brush(*engine);
+            ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &kvtest::kOpaqueBlue), SUCCESS);
+            const KvMatrix matrix = {scale, 0, 0, scale, 0, 0, 0};
+            ASSERT_EQ(engine->SetTransform(&matrix), SUCCESS);
+            const double out = (target == &near ? 1000 : 1e12) / scale, corner = 5 / scale;
+            const KvPoint square[] = {{corner, corner}, {out, corner}, {out, out}, {corner, out}};
+            EXPECT_EQ(engine->DrawPolygon(pen.get(), brush.get(), square, 4, kvdrw::kFillWinding), SUCCESS);
+        }
+        int differing = 0;
+        for (int y = 0; y < 10; ++y) {
+            for (int x = 0; x < 20; ++x)
+                differing += Near(near.At(x, y), far.At(x, y), 8) ? 0 : 1;
+        }
+        EXPECT_EQ(differing, 0);
+        // The pattern is on where the figure ends and starts: one dash
+        // through the corner, with its miter.
+        EXPECT_EQ(far.At(4, 4), kvtest::kRed);
+        EXPECT_EQ(far.At(8, 8).blue, 255);      // the fill
+    }
+
+    // A circle two billion pixels across whose top crosses the canvas.
+    TestBitmap circle(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
+    {
+        ScopedEngine engine(circle.bitmap);
+        EngineObject<kvdrw::SolidBrush> brush(*engine);
+        ASSERT_EQ(engine->CreateSolidBrush(brush.out(), &kvtest::kOpaqueBlue), SUCCESS);
+        const double radius = 1e9;
+        EXPECT_EQ(engine->DrawEllipse(nullptr, brush.get(), 10 - radius, 5, 2 * radius, 2 * radius), SUCCESS);
+    }
+    for (int x = 0; x < 20; ++x) {
+        EXPECT_EQ(circle.At(x, 4), kvtest::kWhite) << x;
+        EXPECT_EQ(circle.At(x, 5).blue, 255) << x;
+        EXPECT_EQ(circle.At(x, 5).red, 0) << x;
+    }
+}
+
 // A round cap on a pen millions of pixels wide is built coarser than cairo
 // would (its polygon from millions of vertices past that): it still covers
 // the canvas, and a pen a thousand pixels wide keeps its exact edge.
