@@ -62,6 +62,13 @@ constexpr int32_t kMaxMaskPictureSide = 4096;
 // of 42,000 vertices took 1.3 s in the sanitized build. Outlines of text and
 // detailed shapes stay below it. ERROR_MAX_ELEMENTS, the path unchanged.
 constexpr size_t kMaxPathAlgebraVertices = 20000;
+// The same operations, counted by pairs of edges close enough to cross (for
+// widening, within the pen's reach of each other): the clipper spends about
+// a microsecond on each such pair in a release build, so a few hundred
+// vertices crossing each other, or figures smaller than a wide pen, cost a
+// second long before the vertex bound. Text outlines widened by a pen a few
+// pixels wide stay far below it. ERROR_MAX_ELEMENTS, the path unchanged.
+constexpr size_t kMaxPathAlgebraNearbyEdges = 250000;
 
 // Elements the standard-syntax rewrite may copy to draw markers in one
 // document: a marker's content at every vertex of many long paths would

@@ -254,8 +254,10 @@ int32_t NativeGraphicsPath::Widen(kvdrw::Pen* pen, const KvMatrix* matrix, doubl
     // Widening runs the same polygon clipper as path algebra, with the
     // same cost on self-crossing outlines, so it takes the same bound.
     return Edit([&](PathGeometry& g) {
-        return g.Widen(nativePen->shape(), matrix, flatness, kvlimits::kMaxPathAlgebraVertices) ? SUCCESS
-                                                                                                  : ERROR_MAX_ELEMENTS;
+        return g.Widen(nativePen->shape(), matrix, flatness, kvlimits::kMaxPathAlgebraVertices,
+                       kvlimits::kMaxPathAlgebraNearbyEdges)
+                   ? SUCCESS
+                   : ERROR_MAX_ELEMENTS;
     });
 }
 
@@ -285,6 +287,11 @@ int32_t NativeGraphicsPath::CombineGeometry(kvdrw::Engine*, kvdrw::GraphicsPath*
                 vertices += polygon.size();
         }
         if (vertices > kvlimits::kMaxPathAlgebraVertices)
+            return ERROR_MAX_ELEMENTS;
+        ClipperLib::Paths both = mine;
+        both.insert(both.end(), theirs.begin(), theirs.end());
+        if (NearbyEdgePairs(both, nullptr, 0, kvlimits::kMaxPathAlgebraNearbyEdges) >
+            kvlimits::kMaxPathAlgebraNearbyEdges)
             return ERROR_MAX_ELEMENTS;
         ClipperLib::Paths result =
             CombinePolygons(mine, g.fillMode() == 0, theirs, otherPath->geometry_.fillMode() == 0, combineMode);

@@ -411,7 +411,8 @@ bool PathGeometry::Contains(double x, double y) const
     return fillMode_ ? winding != 0 : (crossings & 1) != 0;
 }
 
-bool PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness, size_t maxVertices)
+bool PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness, size_t maxVertices,
+                         size_t maxNearbyPairs)
 {
     std::vector<Polyline> lines;
     Flatten(matrix, flatness > 0 ? flatness : 0.25, lines);
@@ -435,14 +436,26 @@ bool PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, doub
     // million pixels wide took minutes. Points closer than a thousandth of
     // the half width change nothing one can see in such a stroke.
     const double merge = std::isfinite(halfWidth) ? halfWidth / 1000 : 0.0;
+    ClipperLib::Paths paths;
+    std::vector<bool> closed;
     for (const Polyline& line : lines) {
         ClipperLib::Path path;
         for (const KvPoint& p : line.points)
             path.emplace_back(ToSteps(p.x, kClipperUnitsPerPixel), ToSteps(p.y, kClipperUnitsPerPixel));
         if (merge > 1.0 && path.size() > 2)
             ClipperLib::CleanPolygon(path, merge * kClipperUnitsPerPixel);
-        offset.AddPath(path, ClipperJoin(stroke.lineJoin),
-                       line.closed ? ClipperLib::etClosedLine : ClipperEnd(stroke.lineCap));
+        paths.push_back(std::move(path));
+        closed.push_back(line.closed);
+    }
+    // Even with few vertices, a pen wider than the figures' features makes
+    // every offset edge cross every other: 164 small figures of 3,724
+    // vertices under a pen 100 wide took over a second.
+    const double reach = std::isfinite(halfWidth) ? halfWidth * kClipperUnitsPerPixel : 0.0;
+    if (NearbyEdgePairs(paths, &closed, reach, maxNearbyPairs) > maxNearbyPairs)
+        return false;
+    for (size_t i = 0; i < paths.size(); ++i) {
+        offset.AddPath(paths[i], ClipperJoin(stroke.lineJoin),
+                       closed[i] ? ClipperLib::etClosedLine : ClipperEnd(stroke.lineCap));
     }
     double scale = 1.0;
     if (matrix) {
@@ -453,6 +466,61 @@ bool PathGeometry::Widen(const StrokeShape& stroke, const KvMatrix* matrix, doub
     offset.Execute(outline, stroke.width * scale / 2 * kClipperUnitsPerPixel);
     AssignPolygons(outline, kClipperUnitsPerPixel);
     return true;
+}
+
+size_t NearbyEdgePairs(const ClipperLib::Paths& polygons, const std::vector<bool>* closed, double reachSteps,
+                       size_t budget)
+{
+    struct Box {
+        double left, top, right, bottom;
+    };
+    std::vector<Box> boxes;
+    for (size_t k = 0; k < polygons.size(); ++k) {
+        const ClipperLib::Path& polygon = polygons[k];
+        const size_t n = polygon.size();
+        const size_t edges = n < 2 ? 0 : (!closed || (*closed)[k]) ? n : n - 1;
+        for (size_t i = 0; i < edges; ++i) {
+            const ClipperLib::IntPoint& a = polygon[i];
+            const ClipperLib::IntPoint& b = polygon[(i + 1) % n];
+            boxes.push_back({double(std::min(a.X, b.X)) - reachSteps, double(std::min(a.Y, b.Y)) - reachSteps,
+                             double(std::max(a.X, b.X)) + reachSteps, double(std::max(a.Y, b.Y)) + reachSteps});
+        }
+    }
+    // Swept from the top, each box meets the boxes still open above it; the
+    // tests are counted too, and when boxes overlapping in height alone make
+    // them too many (a comb of tall thin teeth), the sweep runs from the
+    // left instead. Boxes that overlap on both sweeps' axes are past the budget.
+    auto sweep = [&](auto start, auto end, auto low, auto high, size_t& pairs) {
+        std::sort(boxes.begin(), boxes.end(), [&](const Box& a, const Box& b) { return start(a) < start(b); });
+        std::vector<const Box*> open;
+        size_t tests = 0;
+        pairs = 0;
+        for (const Box& box : boxes) {
+            size_t kept = 0;
+            for (const Box* other : open) {
+                if (end(*other) < start(box))
+                    continue;
+                open[kept++] = other;
+                ++tests;
+                if (low(*other) <= high(box) && low(box) <= high(*other))
+                    ++pairs;
+            }
+            open.resize(kept);
+            open.push_back(&box);
+            if (pairs > budget)
+                return true;
+            if (tests / 8 > budget)
+                return false;
+        }
+        return true;
+    };
+    size_t pairs = 0;
+    if (sweep([](const Box& b) { return b.top; }, [](const Box& b) { return b.bottom; },
+              [](const Box& b) { return b.left; }, [](const Box& b) { return b.right; }, pairs) ||
+        sweep([](const Box& b) { return b.left; }, [](const Box& b) { return b.right; },
+              [](const Box& b) { return b.top; }, [](const Box& b) { return b.bottom; }, pairs))
+        return std::min(pairs, budget + 1);
+    return budget + 1;
 }
 
 ClipperLib::Paths CombinePolygons(const ClipperLib::Paths& first, bool firstEvenOdd, const ClipperLib::Paths& second,

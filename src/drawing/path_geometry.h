@@ -97,8 +97,11 @@ public:
     // Non-zero when (x, y) is inside under the path's own fill mode.
     bool Contains(double x, double y) const;
     // Replaces this path by the outline of its stroke; false, the path as it
-    // was, when flattened it has more than `maxVertices` vertices.
-    bool Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness, size_t maxVertices);
+    // was, when flattened it has more than `maxVertices` vertices or more
+    // than `maxNearbyPairs` pairs of edges within the pen's reach of each
+    // other (see NearbyEdgePairs).
+    bool Widen(const StrokeShape& stroke, const KvMatrix* matrix, double flatness, size_t maxVertices,
+               size_t maxNearbyPairs);
 
     // Walks the figures: sink.MoveTo(p), LineTo(p), CurveTo(c1, c2, p), Close().
     template <class Sink>
@@ -143,6 +146,14 @@ void PathGeometry::Replay(Sink& sink) const
         }
     }
 }
+
+// Pairs of edges whose boxes, each grown by `reachSteps`, overlap: what the
+// polygon clipper's work grows with, since only such edges can cross (and a
+// stroke's offset edges only within its reach). Counting stops once past
+// `budget`. `closed` says which polygons have an edge back to their start
+// (null: all of them).
+size_t NearbyEdgePairs(const ClipperLib::Paths& polygons, const std::vector<bool>* closed, double reachSteps,
+                       size_t budget);
 
 // Combines two region descriptions: kvdrw::CombineMode 1 to 5 (0 gives the
 // second). Throws clipperException or std::bad_alloc.

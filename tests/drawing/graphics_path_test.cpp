@@ -173,6 +173,55 @@ TEST(GraphicsPath, AlgebraOnTooManyVerticesIsRefusedAndChangesNothing)
     }
 }
 
+// Well under the vertex bound, edges that all cross each other (a star of
+// long chords), or small figures under a pen wider than all of them, cost
+// the clipper seconds; such work is refused and the path kept. The same
+// vertices drawn as a ring, or under a narrow pen, go through.
+TEST(GraphicsPath, AlgebraOnEdgesThatAllCrossIsRefusedAndChangesNothing)
+{
+    ScopedEngine engine;
+    const int n = 1001;
+    for (bool star : {false, true}) {
+        SCOPED_TRACE(star ? "star" : "ring");
+        std::vector<KvPoint> points;
+        for (int i = 0; i < n; ++i) {
+            const double angle = 2 * std::numbers::pi * (star ? (i * 500 % n) : i) / n;
+            points.push_back({100 + 100 * std::cos(angle), 100 + 100 * std::sin(angle)});
+        }
+        EngineObject<kvdrw::GraphicsPath> path(*engine), square(*engine);
+        ASSERT_EQ(engine->CreatePath(path.out()), SUCCESS);
+        ASSERT_EQ(engine->CreatePath(square.out()), SUCCESS);
+        ASSERT_EQ(path->AddPolygon(points.data(), n), SUCCESS);
+        ASSERT_EQ(square->AddRectangle(0, 0, 10, 10), SUCCESS);
+        const double before = AreaOf(*engine, *path.get());
+        const int32_t status = path->CombineGeometry(engine.get(), square.get(), kvdrw::kCombineUnion);
+        if (star) {
+            EXPECT_EQ(status, ERROR_MAX_ELEMENTS);
+            EXPECT_DOUBLE_EQ(AreaOf(*engine, *path.get()), before);
+        } else {
+            EXPECT_EQ(status, SUCCESS);
+        }
+    }
+
+    for (double width : {1.0, 400.0}) {
+        SCOPED_TRACE(width);
+        EngineObject<kvdrw::GraphicsPath> squares(*engine);
+        ASSERT_EQ(engine->CreatePath(squares.out()), SUCCESS);
+        for (int i = 0; i < 200; ++i)
+            ASSERT_EQ(squares->AddRectangle(i % 20 * 10, i / 20 * 10, 5, 5), SUCCESS);
+        EngineObject<kvdrw::Pen> pen(*engine);
+        ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, width, kvdrw::kDashSolid), SUCCESS);
+        const double before = AreaOf(*engine, *squares.get());
+        const int32_t status = squares->Widen(pen.get(), nullptr, 0.25);
+        if (width > 1) {
+            EXPECT_EQ(status, ERROR_MAX_ELEMENTS);
+            EXPECT_DOUBLE_EQ(AreaOf(*engine, *squares.get()), before);
+        } else {
+            EXPECT_EQ(status, SUCCESS);
+        }
+    }
+}
+
 TEST(GraphicsPath, PathDataRejectsBadTypesAndKeepsWhatCameBefore)
 {
     ScopedEngine engine;
