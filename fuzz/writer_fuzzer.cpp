@@ -24,6 +24,11 @@ constexpr int kMaxCalls = 160;
 constexpr int32_t kMaxPoints = 24;
 constexpr int32_t kMaxText = 48;
 constexpr size_t kMaxObjectsOfAKind = 8;
+// Points of paths and path data one program may draw. A path copied into
+// itself a dozen times and drawn again and again only measures how fast a
+// long path is written and read back (in linear time, about 20 us a segment
+// in the fuzzing build), which finds nothing new past this.
+constexpr int64_t kMaxDrawnPathPoints = 16384;
 
 // Families the measuring engine finds, one it substitutes, and odd names.
 constexpr const char16_t* kFamilies[] = {u"Liberation Sans", u"Arial", u"serif", u"monospace", u"NoSuchFamily",
@@ -44,7 +49,28 @@ struct Objects {
     std::vector<kvdrw::GraphicsPath*> paths;
     std::vector<kvdrw::PathData*> pathData;
     std::vector<int32_t> stateTokens;
+    int64_t drawnPathPoints = 0;
 };
+
+// True when `count` more points stay within the program's drawing budget,
+// which they then take.
+bool TakeDrawnPoints(Objects& objects, int64_t count)
+{
+    if (objects.drawnPathPoints + count > kMaxDrawnPathPoints)
+        return false;
+    objects.drawnPathPoints += count;
+    return true;
+}
+
+int64_t PointsOf(kvdrw::GraphicsPath* path, kvdrw::Engine& engine)
+{
+    kvdrw::PathData* data = nullptr;
+    if (!path || path->GetPathData(&data) != SUCCESS || !data)
+        return 0;
+    const int64_t count = data->GetCount();
+    engine.DeleteObject(data);
+    return count;
+}
 
 template <class T>
 T* Pick(ByteReader& in, const std::vector<T*>& list)
@@ -494,7 +520,9 @@ void ChangeState(ByteReader& in, kvdrw::Engine& engine, Objects& objects)
     case 3: engine.ResetTransform(); break;
     case 4: {
         kvdrw::GraphicsPath* path = Pick(in, objects.paths);
-        engine.SetClipPath(path, in.Between(-1, 6));
+        const int32_t mode = in.Between(-1, 6);
+        if (TakeDrawnPoints(objects, PointsOf(path, engine)))
+            engine.SetClipPath(path, mode);
         break;
     }
     case 5: {
@@ -544,7 +572,12 @@ void Draw(ByteReader& in, kvdrw::Engine& engine, Objects& objects)
         engine.DrawLine(pen, from, to);
         break;
     }
-    case 1: engine.DrawPath(pen, brush, Pick(in, objects.paths)); break;
+    case 1: {
+        kvdrw::GraphicsPath* path = Pick(in, objects.paths);
+        if (TakeDrawnPoints(objects, PointsOf(path, engine)))
+            engine.DrawPath(pen, brush, path);
+        break;
+    }
     case 2: engine.DrawRectangle(pen, brush, ReadRectangle(in)); break;
     case 3: {
         KvRectangle rect = ReadRectangle(in);
@@ -587,7 +620,9 @@ void Draw(ByteReader& in, kvdrw::Engine& engine, Objects& objects)
     }
     case 10: {
         kvdrw::PathData* data = Pick(in, objects.pathData);
-        engine.DrawPathData(pen, brush, data, in.Byte() % 2);
+        const bool evenOdd = in.Byte() % 2;
+        if (TakeDrawnPoints(objects, data ? data->GetCount() : 0))
+            engine.DrawPathData(pen, brush, data, evenOdd);
         break;
     }
     case 11: {

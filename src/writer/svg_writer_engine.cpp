@@ -3,6 +3,8 @@
 // clips and paint servers, text and images live in files of their own.
 #include "writer/svg_writer_engine.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -491,13 +493,18 @@ int32_t SvgWriterEngine::ResetTransform()
 int32_t SvgWriterEngine::SaveState()
 {
     if (stateTop_ + 1 >= stateCapacity_) {
-        const int32_t capacity = stateCapacity_ + kStateStep;
+        // By half at least, so that saving state a hundred thousand times
+        // deep is not a copy of the whole stack every few saves.
+        const int32_t step = std::max(kStateStep, stateCapacity_ / 2);
+        if (stateCapacity_ > INT32_MAX - step)
+            return ERROR_NO_MEMORY;
+        const int32_t capacity = stateCapacity_ + step;
         auto* grown = static_cast<SvgWriterState*>(
             KV_REALLOC(states_, static_cast<size_t>(capacity) * sizeof(SvgWriterState)));
         // The stack stays as it was: the caller gets a token that restores nothing.
         if (!grown)
             return ERROR_NO_MEMORY;
-        std::memset(grown + stateCapacity_, 0, kStateStep * sizeof(SvgWriterState));
+        std::memset(grown + stateCapacity_, 0, static_cast<size_t>(step) * sizeof(SvgWriterState));
         states_ = grown;
         stateCapacity_ = capacity;
     }
