@@ -460,17 +460,26 @@ TEST(VectorRoad, UsesThatMultiplyBeyondTheLimitAreRefused)
     EXPECT_EQ(fltLoad(&load), ERROR_MAX_ELEMENTS);
     EXPECT_EQ(load.vectorObject, nullptr);
     EXPECT_EQ(library.LiveVectors(), 0);
-    // Refused before the copies were made, not after a hundred thousand.
+    // Refused before the copies were made, not after thousands.
     EXPECT_EQ(library.ObjectsAdded(), before);
 
-    // Four deep fits: 11,111 uses, 10,000 rectangles.
+    // Four deep is refused too (11,111 uses); three deep fits: 1,111 uses,
+    // 1,000 rectangles.
     const size_t fifth = text.find("<g id=\"l5\">");
     text.erase(fifth, text.find("</defs>") - fifth);
     text.replace(text.find("#l6"), 3, "#l4");
+    {
+        ScratchFile deep("deep.svg", text);
+        load = kvtest::LoadRequest(deep.wide, nullptr, nullptr, nullptr);
+        load.vectorRoute = 1;
+        EXPECT_EQ(fltLoad(&load), ERROR_MAX_ELEMENTS);
+        EXPECT_EQ(library.ObjectsAdded(), before);
+    }
+    text.replace(text.find("#l4"), 3, "#l3");
     ScratchFile fits("fits.svg", text);
     load = kvtest::LoadRequest(fits.wide, nullptr, nullptr, nullptr);
     load.vectorRoute = 1;
     EXPECT_EQ(fltLoad(&load), SUCCESS);
-    EXPECT_EQ(library.ObjectsAdded(), before + 10000);
+    EXPECT_EQ(library.ObjectsAdded(), before + 1000);
     library.calls().free(load.vectorObject);
 }
