@@ -35,6 +35,14 @@ bool Near(const Rgba& actual, const Rgba& expected, int tolerance)
            std::abs(actual.blue - expected.blue) <= tolerance && std::abs(actual.alpha - expected.alpha) <= tolerance;
 }
 
+void ExpectEveryPixel(const TestBitmap& bitmap, const Rgba& expected)
+{
+    for (int y = 0; y < bitmap.bitmap.height; ++y) {
+        for (int x = 0; x < bitmap.bitmap.width; ++x)
+            EXPECT_EQ(bitmap.At(x, y), expected) << x << ", " << y;
+    }
+}
+
 TEST(BitmapEngine, SolidRectangleFillsExactPixelsInEveryLayout)
 {
     // Rows as they must read from the top: R marks the rectangle (2,1)-(5,5).
@@ -331,10 +339,7 @@ TEST(BitmapEngine, HugePensCoverWhatTheyShould)
         ASSERT_EQ(engine->SetTransform(&huge), SUCCESS);
         EXPECT_EQ(engine->DrawLine(pen.get(), 0, 0, 0, 0), SUCCESS);
     }
-    for (int y = 0; y < 10; ++y) {
-        for (int x = 0; x < 20; ++x)
-            EXPECT_EQ(target.At(x, y), kvtest::kRed) << x << ", " << y;
-    }
+    ExpectEveryPixel(target, kvtest::kRed);
     // A pen 1e300 wide is past what cairo can place; narrowed, it still
     // covers the canvas along its line.
     TestBitmap wide(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
@@ -344,10 +349,7 @@ TEST(BitmapEngine, HugePensCoverWhatTheyShould)
         ASSERT_EQ(engine->CreatePen(pen.out(), &kvtest::kOpaqueRed, 1e300, kvdrw::kDashSolid), SUCCESS);
         EXPECT_EQ(engine->DrawLine(pen.get(), 0, 5, 20, 5), SUCCESS);
     }
-    for (int y = 0; y < 10; ++y) {
-        for (int x = 0; x < 20; ++x)
-            EXPECT_EQ(wide.At(x, y), kvtest::kRed) << x << ", " << y;
-    }
+    ExpectEveryPixel(wide, kvtest::kRed);
     TestBitmap edge(20, 10, 32, KV_ORDER_BGR, KV_TOP_LEFT);
     {
         ScopedEngine engine(edge.bitmap);
